@@ -1,0 +1,47 @@
+# How every target of this project is compiled. Nothing here reaches a consumer.
+include(CheckCXXCompilerFlag)
+
+add_library(tesselkit_compile INTERFACE)
+target_compile_features(tesselkit_compile INTERFACE cxx_std_20)
+target_compile_options(tesselkit_compile INTERFACE -fno-omit-frame-pointer)
+if(PROJECT_IS_TOP_LEVEL)
+  target_compile_options(tesselkit_compile INTERFACE -Wall -Wextra -Wpedantic)
+endif()
+
+# GNU-unique symbols would keep a library in memory after dlclose.
+check_cxx_compiler_flag(-fno-gnu-unique TESSELKIT_HAS_NO_GNU_UNIQUE)
+if(TESSELKIT_HAS_NO_GNU_UNIQUE)
+  target_compile_options(tesselkit_compile INTERFACE -fno-gnu-unique)
+endif()
+
+# A comma-separated list for -fsanitize, for example "address,undefined".
+set(TESSELKIT_SANITIZE "" CACHE STRING "Sanitizers to build everything with")
+if(TESSELKIT_SANITIZE)
+  target_compile_options(tesselkit_compile INTERFACE
+    -fsanitize=${TESSELKIT_SANITIZE} -fno-sanitize-recover=all)
+  target_link_options(tesselkit_compile INTERFACE -fsanitize=${TESSELKIT_SANITIZE})
+endif()
+
+# tesselkit_library(<target> NAME <export name> SOURCES ... [LINK ...])
+# A shared library with hidden visibility, versioned, exported as Tesselkit::<export name>.
+function(tesselkit_library target)
+  cmake_parse_arguments(ARG "" "NAME" "SOURCES;LINK;LINK_PRIVATE" ${ARGN})
+  add_library(${target} SHARED ${ARG_SOURCES})
+  add_library(Tesselkit::${ARG_NAME} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES
+    EXPORT_NAME ${ARG_NAME}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    CXX_EXTENSIONS OFF)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_include_directories(${target} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_link_libraries(${target} PUBLIC ${ARG_LINK}
+    PRIVATE $<BUILD_INTERFACE:tesselkit_compile> ${ARG_LINK_PRIVATE})
+  if(NOT TESSELKIT_SANITIZE)
+    target_link_options(${target} PRIVATE LINKER:-z,defs)
+  endif()
+endfunction()

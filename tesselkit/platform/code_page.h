@@ -1,0 +1,60 @@
+// The code pages behind mbstring.h, for the library's own walks over text with a length.
+//
+// A text here may hold NUL bytes; `end` is where it ends. Nothing reads at or past `end`.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "tesselkit/platform/export.h"
+
+namespace tesselkit::platform {
+
+enum class CodePageKind : std::uint8_t { kSingleByte, kDoubleByte, kUtf8 };
+
+// Makes a page the process's. False for an unknown number, which changes nothing.
+TESSELKIT_API bool SetCodePage(int number) noexcept;
+TESSELKIT_API bool SetCodePageOfEnvironment() noexcept;
+
+// The process's code page.
+TESSELKIT_API int CodePageNumber() noexcept;
+TESSELKIT_API CodePageKind CurrentCodePageKind() noexcept;
+
+// Whether a character of more than one byte may begin with `byte`.
+TESSELKIT_API bool IsLeadByte(unsigned char byte) noexcept;
+
+// Length in bytes of the character at `c`, which lies before `end`.
+TESSELKIT_API std::size_t LongCharacterLength(const char* c, const char* end) noexcept;
+
+inline std::size_t CharacterLength(const char* c, const char* end) noexcept {
+  return static_cast<unsigned char>(*c) < 0x80 ? 1 : LongCharacterLength(c, end);
+}
+
+// The first position at or after `from`, itself a character's beginning, where `wanted` stands as
+// whole characters of `text`; std::string_view::npos when there is none. An empty `wanted` is
+// found at once. Linear in the length of `text`.
+TESSELKIT_API std::size_t FindText(std::string_view text, std::string_view wanted,
+                                   std::size_t from = 0) noexcept;
+
+// A text and where it ends; a null `end` stands for "at its NUL".
+struct TextSpan {
+  TextSpan(const char* text) noexcept : begin(text) {}
+  TextSpan(std::string_view text) noexcept : begin(text.data()), end(text.data() + text.size()) {}
+
+  const char* begin;
+  const char* end = nullptr;
+};
+
+// Orders by the codes of the characters: below 0, 0 or above 0.
+TESSELKIT_API int CompareText(TextSpan a, TextSpan b) noexcept;
+TESSELKIT_API int CompareTextNoCase(TextSpan a, TextSpan b) noexcept;
+
+// Changes the letters of `length` bytes at `text` in place, by the rule of _mbsicmp.
+TESSELKIT_API void MakeLowerCase(char* text, std::size_t length) noexcept;
+TESSELKIT_API void MakeUpperCase(char* text, std::size_t length) noexcept;
+
+// The number of whole characters' bytes of `text` that fit in `limit` bytes.
+TESSELKIT_API std::size_t WholeCharactersWithin(std::string_view text, std::size_t limit) noexcept;
+
+}  // namespace tesselkit::platform
