@@ -27,12 +27,19 @@ int MessageOfMisuse(long how_misused) {
 
 }  // namespace
 
-void AdThrowMsgExcept(PaMessage& msg, const char* failed_expr, const char* file, int line) {
+PaMsgException* failure::MakeFailure(PaMessage& msg, const char* failed_expr, const char* file,
+                                     int line) {
   AdFillCoreMessageInfo(msg, file, line, PaMsgTypeFailure, PaMsgDestUser);
   msg.SetParam("failed_expr", failed_expr);
   msg.SetParam("failure_location", msg.GetSource());
   OutputDebugStringA(msg.GetFullMsg());
-  ThrowPaMsgException(msg);
+  return PaMakeMsgException(msg);
+}
+
+void AdThrowMsgExcept(PaMessage& msg, const char* failed_expr, const char* file, int line) {
+  // Nothing in this frame is left to the unwinder to clean up.
+  PaMsgException* const exception = failure::MakeFailure(msg, failed_expr, file, line);
+  throw exception;
 }
 
 void AdSendFixmeMsg(const char* file, int line, const char* what) {

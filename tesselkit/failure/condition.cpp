@@ -1,7 +1,7 @@
 #include "tesselkit/failure/condition.h"
 
-#include "tesselkit/failure/adexcept.h"
 #include "tesselkit/failure/adresource.h"
+#include "tesselkit/failure/message_exception.h"
 #include "tesselkit/util/adutil_core.h"
 
 namespace tesselkit::failure {
@@ -22,6 +22,18 @@ int MessageForValues(std::size_t count) {
   }
 }
 
+PaMsgException* MakeCondition(const char* condition, const char* source_name, int line,
+                              std::initializer_list<ShownValue> values) {
+  PaMessage message(MessageForValues(values.size()));
+  long number = 0;
+  for (const ShownValue& shown : values) {
+    const CString parameter = "value" + AdStr(++number);
+    message.SetParam(parameter + "name", shown.name);
+    message.SetParam(parameter, shown.value);
+  }
+  return MakeFailure(message, condition, source_name, line);
+}
+
 }  // namespace
 
 CString ShownText(long value) {
@@ -34,14 +46,9 @@ CString ShownText(const char* value) {
 
 void ThrowCondition(const char* condition, const char* source_name, int line,
                     std::initializer_list<ShownValue> values) {
-  PaMessage message(MessageForValues(values.size()));
-  long number = 0;
-  for (const ShownValue& shown : values) {
-    const CString parameter = "value" + AdStr(++number);
-    message.SetParam(parameter + "name", shown.name);
-    message.SetParam(parameter, shown.value);
-  }
-  AdThrowMsgExcept(message, condition, source_name, line);
+  // As in AdThrowMsgExcept, nothing here is left to the unwinder.
+  PaMsgException* const exception = MakeCondition(condition, source_name, line, values);
+  throw exception;
 }
 
 }  // namespace tesselkit::failure

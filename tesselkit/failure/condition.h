@@ -14,6 +14,9 @@
 
 #include "tesselkit/platform/cstring.h"
 
+class PaMessage;
+class PaMsgException;
+
 namespace tesselkit::failure {
 
 struct ShownValue {
@@ -23,6 +26,9 @@ struct ShownValue {
 
 CString ShownText(long value);
 CString ShownText(const char* value);
+
+// The exception of AdThrowMsgExcept, completed and traced but not thrown.
+PaMsgException* MakeFailure(PaMessage& msg, const char* failed_expr, const char* file, int line);
 
 // Throws message 18019 to 18023, by the number of values, through AdThrowMsgExcept.
 [[noreturn]] void ThrowCondition(const char* condition, const char* source_name, int line,

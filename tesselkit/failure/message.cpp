@@ -83,6 +83,7 @@ PaMessage& PaMessage::Dmod(const CString& dmod) {
 
 PaMessage& PaMessage::Source(const char* module, const char* file, int line) {
   CString source;
+  source.Preallocate(48);
   if (AdIsNonEmpty(module)) (source += module) += ": ";
   ((source += file) += ", line ") += AdStr(line);
   swap(m_source, source);
@@ -115,12 +116,13 @@ CString& PaMessage::FullMsg(CString& out) const {
 }
 
 CString PaMessage::FullMsg() const {
+  std::size_t hint = 0;
   CString full;
   full.Preallocate(m_text.View().size() + m_values.TotalSize());
   tesselkit::failure::AppendFilled(full, m_text.View(), m_begin_delimiter.View(),
                                    m_end_delimiter.View(),
-                                   [this](std::string_view name, std::string_view& value) {
-                                     return m_values.Find(name, value);
+                                   [&](std::string_view name, std::string_view& value) {
+                                     return m_values.Find(name, value, hint);
                                    });
   return full;
 }

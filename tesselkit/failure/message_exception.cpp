@@ -71,8 +71,8 @@ int PaMsgException::ReportError(UINT, UINT) {
   return 1;
 }
 
-void ThrowPaMsgException(PaMessage& message) {
+PaMsgException* PaMakeMsgException(const PaMessage& message) {
   std::unique_ptr<PaMsgException> exception(new PaMsgException);
   exception->m_msgList.Add(message);
-  throw exception.release();
+  return exception.release();
 }

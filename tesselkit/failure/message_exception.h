@@ -60,5 +60,11 @@ class TESSELKIT_API PaMsgException : public CException {
   ExcpMsg m_msgList;
 };
 
+// A new exception whose list holds one copy of the message; it belongs to the caller.
+TESSELKIT_API PaMsgException* PaMakeMsgException(const PaMessage& message);
+
 // Throws a new PaMsgException* whose list holds one copy of the message.
-[[noreturn]] TESSELKIT_API void ThrowPaMsgException(PaMessage& message);
+[[noreturn]] inline void ThrowPaMsgException(PaMessage& message) {
+  PaMsgException* const exception = PaMakeMsgException(message);
+  throw exception;
+}

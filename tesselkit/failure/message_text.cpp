@@ -5,41 +5,50 @@
 namespace tesselkit::failure {
 
 void MessageValues::Set(std::string_view name, std::string_view value) {
-  Entry* known = nullptr;
   for (Entry& entry : m_entries) {
-    if (NameOf(entry) == name) known = &entry;
+    if (IsNamed(entry, name)) return Change(entry, value);
   }
-  if (known == nullptr) {
-    const std::size_t at = m_text.size();
-    m_text.append(name).append(value);
-    m_entries.push_back({at, name.size(), at + name.size(), value.size()});
-    return;
+  if (m_entries.empty()) {
+    // Room for what a failure with four values needs, so that few messages ever grow.
+    m_entries.reserve(10);
+    m_text.reserve(240);
   }
-  known->value = m_text.size();
-  m_text.append(value);
-  known->value_length = value.size();
+  const std::size_t at = m_text.size();
+  m_text.append(name).append(value);
+  m_entries.push_back({at, name.size(), at + name.size(), value.size(), value.size()});
 }
 
-bool MessageValues::Find(std::string_view name, std::string_view& value) const noexcept {
-  for (const Entry& entry : m_entries) {
-    if (NameOf(entry) != name) continue;
+void MessageValues::Change(Entry& entry, std::string_view value) {
+  if (value.size() > entry.value_room) {
+    const std::size_t at = m_text.size();
+    m_text.append(value);
+    entry.value = at;
+    entry.value_room = value.size();
+  } else {
+    m_text.replace(entry.value, value.size(), value);
+  }
+  entry.value_length = value.size();
+}
+
+bool MessageValues::Find(std::string_view name, std::string_view& value,
+                         std::size_t& hint) const noexcept {
+  for (std::size_t tried = 0; tried < m_entries.size(); ++tried, ++hint) {
+    if (hint >= m_entries.size()) hint = 0;
+    const Entry& entry = m_entries[hint];
+    if (!IsNamed(entry, name)) continue;
     value = {m_text.data() + entry.value, entry.value_length};
+    ++hint;
     return true;
   }
   return false;
 }
 
-void MessageValues::Clear() noexcept {
-  m_text.clear();
-  m_entries.clear();
-}
-
-CString MessageText(int id, std::initializer_list<MessageValue> values) {
+void SetMessageText(CString& text, int id, std::initializer_list<MessageValue> values) {
   const platform::StringResource resource(static_cast<UINT>(id));
   std::size_t size = resource.Text().size();
   for (const MessageValue& each : values) size += each.value.size();
 
-  CString text;
+  text.Truncate(0);
   text.Preallocate(size);
   AppendFilled(text, resource.Text(), "%", "%",
                [&](std::string_view name, std::string_view& value) {
@@ -50,7 +59,6 @@ CString MessageText(int id, std::initializer_list<MessageValue> values) {
                  }
                  return false;
                });
-  return text;
 }
 
 }  // namespace tesselkit::failure

@@ -24,9 +24,11 @@ struct MessageValue {
 class MessageValues {
  public:
   void Set(std::string_view name, std::string_view value);
-  bool Find(std::string_view name, std::string_view& value) const noexcept;
+
+  // The value of `name`, looked for from entry `hint` on, which becomes the next one: values are
+  // mostly entered in the order in which a text asks for them.
+  bool Find(std::string_view name, std::string_view& value, std::size_t& hint) const noexcept;
   std::size_t TotalSize() const noexcept { return m_text.size(); }
-  void Clear() noexcept;
 
  private:
   struct Entry {
@@ -34,11 +36,14 @@ class MessageValues {
     std::size_t name_length;
     std::size_t value;
     std::size_t value_length;
+    std::size_t value_room;
   };
 
-  std::string_view NameOf(const Entry& entry) const noexcept {
-    return {m_text.data() + entry.name, entry.name_length};
+  bool IsNamed(const Entry& entry, std::string_view name) const noexcept {
+    return std::string_view(m_text.data() + entry.name, entry.name_length) == name;
   }
+
+  void Change(Entry& entry, std::string_view value);
 
   platform::Text m_text;
   std::vector<Entry, platform::Allocator<Entry>> m_entries;
@@ -69,7 +74,8 @@ void AppendFilled(CString& out, std::string_view text, std::string_view begin, s
   out.Append(text.substr(kept));
 }
 
-// The full text of the library's message `id` with these values, without making a message of it.
-CString MessageText(int id, std::initializer_list<MessageValue> values);
+// Sets `text` to the full text of the library's message `id` with these values, which must not lie
+// in `text`, without making a message of it.
+void SetMessageText(CString& text, int id, std::initializer_list<MessageValue> values);
 
 }  // namespace tesselkit::failure

@@ -255,6 +255,34 @@ int Compare(Reader a, Reader b, Fold fold) noexcept {
   return static_cast<int>(b.AtEnd()) - static_cast<int>(a.AtEnd());
 }
 
+constexpr std::uint64_t kEachByte = 0x0101010101010101;
+
+// Eight ASCII characters with their letters in lower case.
+std::uint64_t LowerAscii(std::uint64_t bytes) noexcept {
+  const std::uint64_t from_a = bytes + (0x80 - 'A') * kEachByte;
+  const std::uint64_t past_z = bytes + (0x7F - 'Z') * kEachByte;
+  return bytes | ((from_a ^ past_z) & 0x80 * kEachByte) >> 2;
+}
+
+std::uint64_t LoadBytes(const char* text) noexcept {
+  std::uint64_t bytes;
+  std::memcpy(&bytes, text, sizeof bytes);
+  return bytes;
+}
+
+// How many bytes at the front of both texts are the same ASCII characters but for case, counted in
+// steps of eight.
+std::size_t SameAsciiFront(TextSpan a, TextSpan b) noexcept {
+  std::size_t at = 0;
+  const auto size = static_cast<std::size_t>(std::min(a.end - a.begin, b.end - b.begin));
+  for (; size - at >= 8; at += 8) {
+    const std::uint64_t x = LoadBytes(a.begin + at);
+    const std::uint64_t y = LoadBytes(b.begin + at);
+    if (((x | y) & 0x80 * kEachByte) != 0 || LowerAscii(x) != LowerAscii(y)) break;
+  }
+  return at;
+}
+
 template <class Map>
 void MapCharacters(char* text, std::size_t length, Map map) noexcept {
   const CodePage& page = Page();
@@ -300,7 +328,8 @@ std::size_t LongCharacterLength(const char* c, const char* end) noexcept {
   return LengthOnPage(Page(), c, end);
 }
 
-std::size_t FindText(std::string_view text, std::string_view wanted, std::size_t from) noexcept {
+std::size_t FindLongText(std::string_view text, std::string_view wanted,
+                         std::size_t from) noexcept {
   if (wanted.empty()) return from <= text.size() ? from : std::string_view::npos;
   const CodePage& page = Page();
   std::size_t hit = text.find(wanted, from);
@@ -327,6 +356,11 @@ int CompareText(TextSpan a, TextSpan b) noexcept {
 }
 
 int CompareTextNoCase(TextSpan a, TextSpan b) noexcept {
+  if (a.end != nullptr && b.end != nullptr) {
+    const std::size_t same = SameAsciiFront(a, b);
+    a.begin += same;
+    b.begin += same;
+  }
   const CodePage& page = Page();
   return Compare(Reader(page, a), Reader(page, b),
                  [&page](std::uint32_t code) { return Lower(page, code); });

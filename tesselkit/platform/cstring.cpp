@@ -76,11 +76,6 @@ CString& CString::operator+=(char c) {
   return *this;
 }
 
-CString& CString::Append(std::string_view text) {
-  m_text.append(text);
-  return *this;
-}
-
 CString CString::Left(int count) const {
   return Mid(0, count);
 }

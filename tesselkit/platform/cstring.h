@@ -55,8 +55,14 @@ class TESSELKIT_API CString {
   CString& operator+=(const CString& text);
   CString& operator+=(const char* text);
   CString& operator+=(char c);
-  CString& Append(std::string_view text);
+  CString& Append(std::string_view text) {
+    m_text.append(text);
+    return *this;
+  }
   void Preallocate(std::size_t length) { m_text.reserve(length); }
+  void Truncate(std::size_t length) {
+    m_text.resize(length < m_text.size() ? length : m_text.size());
+  }
 
   // Parts, cut to what is there; negative numbers count as 0.
   CString Left(int count) const;

@@ -167,10 +167,8 @@ std::shared_mutex& tesselkit::platform::ChainMutex() {
 
 std::string_view tesselkit::platform::FindStringInChain(UINT id) {
   const AFX_MODULE_STATE& state = *AfxGetModuleState();
-  if (const auto index = IndexOfModule(state.m_hCurrentResourceHandle)) {
-    const std::string_view text = FindString(*index, id);
-    if (!text.empty()) return text;
-  }
+  const std::string_view text = FindStringOfModule(state.m_hCurrentResourceHandle, id);
+  if (!text.empty()) return text;
   return ResourceChain::FindString(state, id);
 }
 

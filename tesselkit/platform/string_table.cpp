@@ -89,11 +89,6 @@ struct KnownIndexes {
 
 std::shared_ptr<const StringIndex> IndexOfModule(HINSTANCE module) {
   if (module == nullptr) return nullptr;
-  if (module == ProgramModule()) {
-    static const auto& of_program =
-        *new std::shared_ptr<const StringIndex>(MakeIndex(ProgramModule()));
-    return of_program;
-  }
   static KnownIndexes& known = *new KnownIndexes;
   const unsigned long long unload_count = UnloadCount();
   const std::lock_guard lock(known.mutex);
@@ -106,6 +101,17 @@ std::shared_ptr<const StringIndex> IndexOfModule(HINSTANCE module) {
 
 std::string_view FindString(const StringIndex& index, UINT id) noexcept {
   return index.Find(id);
+}
+
+std::string_view FindStringOfModule(HINSTANCE module, UINT id) {
+  // The program stays loaded, so its table needs no second look.
+  static const auto& of_program =
+      *new std::shared_ptr<const StringIndex>(IndexOfModule(ProgramModule()));
+  if (module == ProgramModule()) {
+    return of_program != nullptr ? of_program->Find(id) : std::string_view();
+  }
+  const auto index = IndexOfModule(module);
+  return index != nullptr ? index->Find(id) : std::string_view();
 }
 
 bool HasStringTable(HINSTANCE module) {
@@ -131,8 +137,8 @@ StringResource::~StringResource() {
 int LoadStringA(HINSTANCE module, UINT id, char* buffer, int size) {
   using namespace tesselkit::platform;
   if (buffer == nullptr || size <= 0) return 0;
-  const auto index = IndexOfModule(module != nullptr ? module : ProgramModule());
-  const std::string_view text = index != nullptr ? index->Find(id) : std::string_view();
+  const std::string_view text =
+      FindStringOfModule(module != nullptr ? module : ProgramModule(), id);
   const std::size_t length = WholeCharactersWithin(text, static_cast<std::size_t>(size) - 1);
   std::memcpy(buffer, text.data(), length);
   buffer[length] = '\0';

@@ -54,6 +54,7 @@ std::shared_ptr<const StringIndex> IndexOfModule(HINSTANCE module);
 
 // The string `id`, or an empty view.
 std::string_view FindString(const StringIndex& index, UINT id) noexcept;
+std::string_view FindStringOfModule(HINSTANCE module, UINT id);
 
 }  // namespace tesselkit::platform
 

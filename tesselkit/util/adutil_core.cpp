@@ -13,18 +13,6 @@ int AdIsSameChar(const char* a, const char* b) {
   return length == _mbclen(b) && std::memcmp(a, b, length) == 0 ? 1 : 0;
 }
 
-int AdIsCharNul(const char* const p) {
-  return p != nullptr && *p == '\0' ? 1 : 0;
-}
-
-int AdIsNonEmpty(const char* const s) {
-  return s != nullptr && *s != '\0' ? 1 : 0;
-}
-
-int AdIsEmpty(const char* const s) {
-  return AdIsNonEmpty(s) ? 0 : 1;
-}
-
 CString AdStr(long n) {
   char text[std::numeric_limits<long>::digits10 + 2];
   const char* end = std::to_chars(text, text + sizeof text, n).ptr;

@@ -14,11 +14,17 @@
 TESSELKIT_API int AdIsSameChar(const char* a, const char* b);
 
 // 1 when `p` points at a terminating NUL; 0 for null.
-TESSELKIT_API int AdIsCharNul(const char* const p);
+inline int AdIsCharNul(const char* const p) {
+  return p != nullptr && *p == '\0' ? 1 : 0;
+}
 
 // 1 when `s` is neither null nor ""; AdIsEmpty is its negation.
-TESSELKIT_API int AdIsNonEmpty(const char* const s);
-TESSELKIT_API int AdIsEmpty(const char* const s);
+inline int AdIsNonEmpty(const char* const s) {
+  return s != nullptr && *s != '\0' ? 1 : 0;
+}
+inline int AdIsEmpty(const char* const s) {
+  return AdIsNonEmpty(s) ? 0 : 1;
+}
 
 // "-12", "0", "2147483647".
 TESSELKIT_API CString AdStr(long n);

@@ -10,7 +10,7 @@
 #include "tesselkit/util/adutil_core.h"
 
 using namespace tesselkit;
-using failure::MessageText;
+using failure::SetMessageText;
 
 namespace {
 
@@ -24,18 +24,20 @@ bool IsDigit(char c) {
   return static_cast<unsigned char>(c - '0') <= 9;
 }
 
-CString TextTooLarge(const char* str) {
-  return MessageText(message_id::kIntegerTooLarge,
-                     {{"badint", str}, {"maxint", kLargest}, {"minint", kSmallest}});
+void RefuseAsTooLarge(const char* str, CString& problem) {
+  SetMessageText(problem, message_id::kIntegerTooLarge,
+                 {{"badint", str}, {"maxint", kLargest}, {"minint", kSmallest}});
 }
 
-// Why `str` is refused, given where its digits end.
-CString Refusal(const char* str, const char* first_digit, const char* end) {
-  if (AdIsEmpty(str)) return MessageText(message_id::kIntegerEmpty, {});
-  if (*end != '\0') return MessageText(message_id::kIntegerSyntax, {{"badint", str}});
-  if (end - str > kMaxLetters) return TextTooLarge(str);
-  if (end == first_digit) return MessageText(message_id::kIntegerScanFailed, {{"badint", str}});
-  return TextTooLarge(str);
+// Says why `str` is refused, given where its digits begin and end.
+void Refuse(const char* str, const char* first_digit, const char* end, CString& problem) {
+  if (AdIsEmpty(str)) return SetMessageText(problem, message_id::kIntegerEmpty, {});
+  if (*end != '\0') return SetMessageText(problem, message_id::kIntegerSyntax, {{"badint", str}});
+  if (end - str > kMaxLetters) return RefuseAsTooLarge(str, problem);
+  if (end == first_digit) {
+    return SetMessageText(problem, message_id::kIntegerScanFailed, {{"badint", str}});
+  }
+  RefuseAsTooLarge(str, problem);
 }
 
 }  // namespace
@@ -53,7 +55,7 @@ void AdStrToLong(const char* str, long& value, CString& problem) {
 
   const std::uint64_t limit = std::uint64_t{INT32_MAX} + (*str == '-' ? 1 : 0);
   if (*end != '\0' || end == first_digit || end - str > kMaxLetters || magnitude > limit) {
-    problem = Refusal(str, first_digit, end);
+    Refuse(str, first_digit, end, problem);
     return;
   }
   if (!problem.IsEmpty()) problem.Empty();
@@ -76,6 +78,6 @@ long AdStrToLong(const char* str) {
 int AdIsValidDateTimeString(const char* str, CString& problem) {
   AdDateTime time;
   const int is_valid = time.ParseDateTimeGMT(str);
-  if (!is_valid) problem = MessageText(message_id::kInvalidDateTime, {});
+  if (!is_valid) SetMessageText(problem, message_id::kInvalidDateTime, {});
   return is_valid;
 }

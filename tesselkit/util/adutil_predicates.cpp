@@ -1,10 +1,14 @@
 #include "tesselkit/util/adutil_predicates.h"
 
 #include <cstring>
+#include <string_view>
 
 #include "tesselkit/failure/condition.h"
+#include "tesselkit/platform/code_page.h"
 #include "tesselkit/platform/mbstring.h"
 #include "tesselkit/util/adutil_core.h"
+
+using namespace tesselkit;
 
 namespace {
 
@@ -32,8 +36,11 @@ int AdIsUnequal(const char* a, const char* b) {
   return AdIsEqual(a, b) ? 0 : 1;
 }
 
+// A letter takes as many bytes in the other case.
 int AdIsEqualNoCase(const char* a, const char* b) {
-  return _mbsicmp(OrEmpty(a), OrEmpty(b)) == 0 ? 1 : 0;
+  const std::string_view x = OrEmpty(a);
+  const std::string_view y = OrEmpty(b);
+  return x.size() == y.size() && platform::CompareTextNoCase(x, y) == 0 ? 1 : 0;
 }
 
 int AdIsUnequalNoCase(const char* a, const char* b) {
