@@ -22,8 +22,14 @@ if(TESSELKIT_SANITIZE)
   target_link_options(tesselkit_compile INTERFACE -fsanitize=${TESSELKIT_SANITIZE})
 endif()
 
+# What a fuzz target drives must count its branches for it.
+if(TESSELKIT_BUILD_FUZZERS)
+  target_compile_options(tesselkit_compile INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # tesselkit_library(<target> NAME <export name> SOURCES ... [LINK ...])
-# A shared library with hidden visibility, versioned, exported as Tesselkit::<export name>.
+# A shared library with hidden visibility, versioned, exported as Tesselkit::<export name>. An
+# installed one finds the others beside itself.
 function(tesselkit_library target)
   cmake_parse_arguments(ARG "" "NAME" "SOURCES;LINK;LINK_PRIVATE" ${ARGN})
   add_library(${target} SHARED ${ARG_SOURCES})
@@ -32,6 +38,7 @@ function(tesselkit_library target)
     EXPORT_NAME ${ARG_NAME}
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
+    INSTALL_RPATH "$ORIGIN"
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     CXX_EXTENSIONS OFF)
@@ -41,6 +48,7 @@ function(tesselkit_library target)
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
   target_link_libraries(${target} PUBLIC ${ARG_LINK}
     PRIVATE $<BUILD_INTERFACE:tesselkit_compile> ${ARG_LINK_PRIVATE})
+  set_property(GLOBAL APPEND PROPERTY TESSELKIT_EXPORTED_TARGETS ${target})
   if(NOT TESSELKIT_SANITIZE)
     target_link_options(${target} PRIVATE LINKER:-z,defs)
   endif()

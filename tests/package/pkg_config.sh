@@ -1,0 +1,8 @@
+#!/bin/sh
+# pkg_config.sh <compiler> <source> <program>: builds the program with what pkg-config says, and
+# runs it.
+set -eu
+# shellcheck disable=SC2046  # the answer is several words
+"$1" -std=c++20 -Wall -Wextra -Wpedantic -Werror "$2" -o "$3" \
+  $(pkg-config --cflags --libs tesselkit)
+"$3"
