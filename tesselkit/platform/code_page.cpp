@@ -189,7 +189,6 @@ struct CaseRange {
   std::uint32_t first_lower;
 };
 
-constexpr CaseRange kAsciiLetters = {'A', 'Z', 'a'};
 constexpr CaseRange kFullWidthLetters932 = {0x8260, 0x8279, 0x8281};
 
 std::uint32_t Lower(const CodePage& page, std::uint32_t code) noexcept {
