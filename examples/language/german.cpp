@@ -51,8 +51,7 @@ constexpr tesselkit::platform::StringTableEntry kTexts[] = {
     {18030,
      "%gottype% wird als %wanttype% verwendet.\n"
      "Das ungültige Objekt %gotaddr% ist %gotexpr% in %failure_location%."},
-    {18031,
-     "Es wird Code ausgeführt, der als unerreichbar galt.\nStelle: %failure_location%"},
+    {18031, "Es wird Code ausgeführt, der als unerreichbar galt.\nStelle: %failure_location%"},
     {18032,
      "Der Index %indexname% liegt außerhalb der Grenzen: %indexval% ist nicht >= 0 und "
      "< %upperbound%."},

@@ -67,7 +67,7 @@ const StringTable* OwnTable(HINSTANCE module) {
   void* symbol = dlsym(opened, "tesselkit_string_table");
   const bool is_own = symbol != nullptr && ModuleOfAddress(symbol) == module;
   dlclose(opened);
-  return is_own ? static_cast<const StringTable*>(symbol) : nullptr;
+  return is_own ? reinterpret_cast<const StringTable* (*)()>(symbol)() : nullptr;
 }
 
 std::shared_ptr<const StringIndex> MakeIndex(HINSTANCE module) {

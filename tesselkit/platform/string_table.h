@@ -62,9 +62,11 @@ std::string_view FindStringOfModule(HINSTANCE module, UINT id);
 // to whole characters and always terminated. Returns its length there, 0 when there is none.
 TESSELKIT_API int LoadStringA(HINSTANCE module, UINT id, char* buffer, int size);
 
-#define TESSELKIT_EXPORT_STRING_TABLE(table_entries)                                    \
-  extern "C" {                                                                          \
-  extern TESSELKIT_API const ::tesselkit::platform::StringTable tesselkit_string_table; \
-  const ::tesselkit::platform::StringTable tesselkit_string_table = {                   \
-      table_entries, sizeof(table_entries) / sizeof(table_entries[0])};                 \
+// A module exports a function rather than the table: variables of one name in several modules are
+// what address sanitizers take for a breach of the one-definition rule.
+#define TESSELKIT_EXPORT_STRING_TABLE(table_entries)                                            \
+  extern "C" TESSELKIT_API const ::tesselkit::platform::StringTable* tesselkit_string_table() { \
+    static constexpr ::tesselkit::platform::StringTable table = {                               \
+        table_entries, sizeof(table_entries) / sizeof(table_entries[0])};                       \
+    return &table;                                                                              \
   }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 #include <regex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,7 @@ const StringTable& German() {
   void* module = dlopen(TESSELKIT_GERMAN_MODULE, RTLD_NOW | RTLD_LOCAL);
   void* table = module != nullptr ? dlsym(module, "tesselkit_string_table") : nullptr;
   if (table == nullptr) throw std::runtime_error(dlerror());
-  return *static_cast<const StringTable*>(table);
+  return *reinterpret_cast<const StringTable* (*)()>(table)();
 }
 
 std::vector<std::string> MatchesOf(const std::string& text, const char* pattern) {
