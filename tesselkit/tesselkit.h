@@ -16,6 +16,8 @@
 #include "tesselkit/platform/dump_context.h"
 #include "tesselkit/platform/exceptions.h"
 #include "tesselkit/platform/file.h"
+#include "tesselkit/platform/file_attributes.h"
+#include "tesselkit/platform/host.h"
 #include "tesselkit/platform/mbstring.h"
 #include "tesselkit/platform/module.h"
 #include "tesselkit/platform/stdio_file.h"
@@ -25,3 +27,4 @@
 #include "tesselkit/siblings/language_resources.h"
 #include "tesselkit/system/adenvironment.h"
 #include "tesselkit/util/adutil.h"
+#include "tesselkit/util/text_file.h"

@@ -4,33 +4,13 @@
 #include <cerrno>
 #include <cstring>
 
-#include "tesselkit/platform/allocator.h"
+#include "tesselkit/platform/stream_block.h"
+
+using tesselkit::platform::StreamBlock;
 
 IMPLEMENT_DYNAMIC(CStdioFile, CFile)
 
-// Either bytes that were read ahead, of which [begin, end) are still to be taken, or bytes [0, end)
-// that are still to be written.
-struct CStdioFile::Block {
-  static constexpr std::size_t kSize = std::size_t{64} * 1024 - 64;
-
-  std::size_t Unread() const { return writing ? 0 : end - begin; }
-  std::size_t Pending() const { return writing ? end : 0; }
-  const char* Next() const { return bytes + begin; }
-  void Reset(bool to_write) {
-    begin = 0;
-    end = 0;
-    writing = to_write;
-  }
-
-  std::size_t begin;
-  std::size_t end;
-  bool writing;
-  char bytes[kSize];
-};
-
-void CStdioFile::BlockDeleter::operator()(Block* block) const noexcept {
-  tesselkit::platform::Allocator<Block>().deallocate(block, 1);
-}
+CStdioFile::CStdioFile() = default;
 
 CStdioFile::CStdioFile(const char* name, UINT flags)
     : CFile(name, flags), m_text((flags & typeBinary) == 0) {}
@@ -50,27 +30,30 @@ BOOL CStdioFile::Open(const char* name, UINT flags, CFileException* error) {
   return TRUE;
 }
 
+bool CStdioFile::NextLine(std::string_view& line) {
+  StreamBlock& block = Reading();
+  std::size_t length = 0;
+  for (std::size_t searched = 0;;) {
+    length = block.Unread().find('\n', searched);
+    if (length != std::string_view::npos) break;
+    searched = block.Unread().size();
+    if (Fill(block)) continue;
+    line = block.Unread();
+    block.Skip(searched);
+    return searched > 0;
+  }
+  line = block.Unread().substr(0, length);
+  block.Skip(length + 1);
+  if (m_text && line.ends_with('\r')) line.remove_suffix(1);
+  return true;
+}
+
 BOOL CStdioFile::ReadString(CString& line) {
   line.Empty();
-  Block& block = Reading();
-  for (;;) {
-    std::string_view piece(block.Next(), block.Unread());
-    const std::size_t line_feed = piece.find('\n');
-    if (line_feed == std::string_view::npos) {
-      line.Append(piece);
-      block.begin = block.end;
-      if (!Fill(block)) return line.IsEmpty() ? FALSE : TRUE;
-      continue;
-    }
-    block.begin += line_feed + 1;
-    piece = piece.substr(0, line_feed);
-    if (m_text && piece.ends_with('\r')) piece.remove_suffix(1);
-    // The line feed may have come in a later block than the carriage return before it.
-    if (m_text && line_feed == 0 && line.View().ends_with('\r'))
-      line = line.Left(line.GetLength() - 1);
-    line.Append(piece);
-    return TRUE;
-  }
+  std::string_view bytes;
+  if (!NextLine(bytes)) return FALSE;
+  line = CString(bytes);
+  return TRUE;
 }
 
 char* CStdioFile::ReadString(char* text, UINT count) {
@@ -80,8 +63,33 @@ char* CStdioFile::ReadString(char* text, UINT count) {
   return length > 0 ? text : nullptr;
 }
 
+inline void CStdioFile::Append(StreamBlock& block, std::string_view bytes) {
+  if (m_text) {
+    for (std::size_t line_feed; (line_feed = bytes.find('\n')) != std::string_view::npos;) {
+      Put(block, bytes.substr(0, line_feed));
+      Put(block, "\r\n");
+      bytes.remove_prefix(line_feed + 1);
+    }
+  }
+  Put(block, bytes);
+}
+
+inline void CStdioFile::Put(StreamBlock& block, std::string_view bytes) {
+  for (;;) {
+    bytes.remove_prefix(block.Put(bytes));
+    if (bytes.empty()) return;
+    WritePending();
+  }
+}
+
 void CStdioFile::WriteString(const char* text) {
-  if (text != nullptr) Append(text);
+  if (text != nullptr) Append(Writing(), text);
+}
+
+void CStdioFile::WriteLine(std::string_view line) {
+  StreamBlock& block = Writing();
+  Append(block, line);
+  Put(block, m_text ? "\r\n" : "\n");
 }
 
 UINT CStdioFile::Read(void* buffer, UINT count) {
@@ -89,103 +97,70 @@ UINT CStdioFile::Read(void* buffer, UINT count) {
 }
 
 void CStdioFile::Write(const void* buffer, UINT count) {
-  if (count > 0) Append({static_cast<const char*>(buffer), count});
+  if (count > 0) Append(Writing(), {static_cast<const char*>(buffer), count});
 }
 
 // Translates up to `count` bytes into `to`, with `one_line` only up to the first line feed.
 UINT CStdioFile::Take(char* to, UINT count, bool one_line) {
-  Block& block = Reading();
+  StreamBlock& block = Reading();
   UINT taken = 0;
-  while (taken < count) {
-    const std::size_t run = NextRun(block, count - taken);
-    if (run == 0) break;
-    std::string_view bytes(block.Next(), run);
-    const std::size_t line_feed = one_line ? bytes.find('\n') : std::string_view::npos;
-    if (line_feed != std::string_view::npos) bytes = bytes.substr(0, line_feed + 1);
-    std::memcpy(to + taken, bytes.data(), bytes.size());
-    taken += static_cast<UINT>(bytes.size());
-    block.begin += bytes.size();
-    if (line_feed != std::string_view::npos) break;
+  for (bool at_line_end = false; taken < count && !at_line_end;) {
+    std::string_view run = NextRun(block, count - taken);
+    if (run.empty()) break;
+    const std::size_t line_feed = one_line ? run.find('\n') : std::string_view::npos;
+    at_line_end = line_feed != std::string_view::npos;
+    if (at_line_end) run = run.substr(0, line_feed + 1);
+    std::memcpy(to + taken, run.data(), run.size());
+    taken += static_cast<UINT>(run.size());
+    block.Skip(run.size());
   }
   return taken;
 }
 
-// How many of the next bytes, `limit` at most, are passed on as they are; 0 at the end of the file.
-std::size_t CStdioFile::NextRun(Block& block, std::size_t limit) {
-  if (block.Unread() == 0 && !Fill(block)) return 0;
-  if (!m_text) return std::min(limit, block.Unread());
-  if (*block.Next() == '\r') {
-    if (block.Unread() == 1) Fill(block);
-    if (block.Unread() == 1 || block.Next()[1] != '\n') return 1;
-    ++block.begin;
+// The next bytes that are passed on as they are, `limit` at most; none at the end of the file.
+std::string_view CStdioFile::NextRun(StreamBlock& block, std::size_t limit) {
+  if (block.Unread().empty() && !Fill(block)) return {};
+  if (!m_text) return block.Unread().substr(0, limit);
+  if (block.Unread().front() == '\r') {
+    if (block.Unread().size() == 1) Fill(block);
+    if (!block.Unread().starts_with("\r\n")) return block.Unread().substr(0, 1);
+    block.Skip(1);
   }
-  const std::string_view bytes(block.Next(), std::min(limit, block.Unread()));
-  return std::min(bytes.find('\r'), bytes.size());
+  const std::string_view bytes = block.Unread().substr(0, limit);
+  return bytes.substr(0, bytes.find('\r'));
 }
 
-void CStdioFile::Append(std::string_view bytes) {
-  Block& block = Writing();
-  const auto put = [&](std::string_view piece) {
-    while (!piece.empty()) {
-      const std::size_t length = std::min(piece.size(), Block::kSize - block.end);
-      std::memcpy(block.bytes + block.end, piece.data(), length);
-      block.end += length;
-      piece.remove_prefix(length);
-      if (block.end == Block::kSize) WritePending();
-    }
-  };
-  while (m_text) {
-    const std::size_t line_feed = bytes.find('\n');
-    if (line_feed == std::string_view::npos) break;
-    put(bytes.substr(0, line_feed));
-    put("\r\n");
-    bytes.remove_prefix(line_feed + 1);
-  }
-  put(bytes);
-}
-
-CStdioFile::Block& CStdioFile::Reading() {
-  if (m_hFile == hFileNull) ThrowErrno(EBADF);
-  if (m_block == nullptr) {
-    m_block.reset(tesselkit::platform::Allocator<Block>().allocate(1));
-    m_block->Reset(false);
-  }
-  WritePending();
-  m_block->writing = false;
+StreamBlock& CStdioFile::Reading() {
+  if (m_block == nullptr || m_block->IsWriting()) TurnTo(false);
   return *m_block;
 }
 
-CStdioFile::Block& CStdioFile::Writing() {
-  StopReading();
-  Block& block = m_block != nullptr ? *m_block : Reading();
-  if (!block.writing) block.Reset(true);
-  return block;
+StreamBlock& CStdioFile::Writing() {
+  if (m_block == nullptr || !m_block->IsWriting()) TurnTo(true);
+  return *m_block;
+}
+
+void CStdioFile::TurnTo(bool writing) {
+  if (m_hFile == hFileNull) ThrowErrno(EBADF);
+  if (m_block == nullptr) m_block = std::make_unique<StreamBlock>();
+  CStdioFile::Flush();
+  m_block->Reset(writing);
 }
 
 // Reads on behind what is still to be taken. False at the end of the file.
-bool CStdioFile::Fill(Block& block) {
-  std::memmove(block.bytes, block.Next(), block.Unread());
-  block.end -= block.begin;
-  block.begin = 0;
-  const UINT length =
-      ReadSome(block.bytes + block.end, static_cast<UINT>(Block::kSize - block.end));
-  block.end += length;
+bool CStdioFile::Fill(StreamBlock& block) {
+  char* const room = block.MakeRoom();
+  const UINT length = ReadSome(room, static_cast<UINT>(block.Room()));
+  block.Added(length);
   return length > 0;
 }
 
 void CStdioFile::WritePending() {
-  if (m_block == nullptr || m_block->Pending() == 0) return;
-  const std::size_t length = m_block->Pending();
+  if (m_block == nullptr || m_block->Pending().empty()) return;
+  const std::string_view pending = m_block->Pending();
   // Before the write: what could not be written is not tried again.
-  m_block->end = 0;
-  CFile::Write(m_block->bytes, static_cast<UINT>(length));
-}
-
-// Puts the host's position back to where this file's is.
-void CStdioFile::StopReading() {
-  if (m_block == nullptr || m_block->Unread() == 0) return;
-  CFile::Seek(-static_cast<long long>(m_block->Unread()), current);
-  m_block->Reset(false);
+  m_block->Reset(true);
+  CFile::Write(pending.data(), static_cast<UINT>(pending.size()));
 }
 
 long long CStdioFile::Seek(long long offset, UINT from) {
@@ -195,12 +170,13 @@ long long CStdioFile::Seek(long long offset, UINT from) {
 
 unsigned long long CStdioFile::GetPosition() const {
   const unsigned long long position = CFile::GetPosition();
-  return m_block == nullptr ? position : position - m_block->Unread() + m_block->Pending();
+  if (m_block == nullptr) return position;
+  return position - m_block->Unread().size() + m_block->Pending().size();
 }
 
 unsigned long long CStdioFile::GetLength() const {
   const unsigned long long length = CFile::GetLength();
-  const bool pending = m_block != nullptr && m_block->Pending() > 0;
+  const bool pending = m_block != nullptr && !m_block->Pending().empty();
   return pending ? std::max(length, CStdioFile::GetPosition()) : length;
 }
 
@@ -211,7 +187,10 @@ void CStdioFile::SetLength(unsigned long long length) {
 
 void CStdioFile::Flush() {
   WritePending();
-  StopReading();
+  if (m_block == nullptr || m_block->Unread().empty()) return;
+  // The host's position goes back to where this file's is.
+  CFile::Seek(-static_cast<long long>(m_block->Unread().size()), current);
+  m_block->Reset(false);
 }
 
 void CStdioFile::Close() {

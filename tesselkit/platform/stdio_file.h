@@ -13,11 +13,15 @@
 
 #include "tesselkit/platform/file.h"
 
+namespace tesselkit::platform {
+class StreamBlock;
+}
+
 class TESSELKIT_API CStdioFile : public CFile {
   DECLARE_DYNAMIC(CStdioFile)
 
  public:
-  CStdioFile() = default;
+  CStdioFile();
   CStdioFile(const char* name, UINT flags);
   // Writes what is buffered and closes; what fails then is lost. In a process that was forked off
   // after Open, what is buffered is left to the parent.
@@ -25,14 +29,21 @@ class TESSELKIT_API CStdioFile : public CFile {
 
   BOOL Open(const char* name, UINT flags, CFileException* error = nullptr) override;
 
-  // Reads a line without its line end. FALSE, with an empty `line`, when the file is at its end.
-  // When a read error throws, `line` holds what was read of it.
+  // Reads a line without its line end. FALSE when the file is at its end. `line` is empty then, and
+  // when a read error throws.
   virtual BOOL ReadString(CString& line);
   // Reads to the end of the line, its LF included, but at most `count` - 1 bytes, and terminates
   // them. Returns `text`; null when the file is at its end or `count` is 0.
   virtual char* ReadString(char* text, UINT count);
   // Writes a text; null writes nothing. No line end is added.
   virtual void WriteString(const char* text);
+
+  // The same line as ReadString's without a copy: good until the next call on this file. False at
+  // the end of the file.
+  bool NextLine(std::string_view& line);
+
+  // Writes bytes, and a line feed behind them.
+  void WriteLine(std::string_view line);
 
   // Bytes as they are in memory: `count` and the result count an LF for CR LF in text mode.
   UINT Read(void* buffer, UINT count) override;
@@ -47,20 +58,18 @@ class TESSELKIT_API CStdioFile : public CFile {
   void Abort() override;
 
  private:
-  struct Block;
-  struct BlockDeleter {
-    void operator()(Block* block) const noexcept;
-  };
+  using StreamBlock = tesselkit::platform::StreamBlock;
 
-  Block& Reading();
-  Block& Writing();
-  bool Fill(Block& block);
+  StreamBlock& Reading();
+  StreamBlock& Writing();
+  void TurnTo(bool writing);
+  bool Fill(StreamBlock& block);
   UINT Take(char* to, UINT count, bool one_line);
-  std::size_t NextRun(Block& block, std::size_t limit);
-  void Append(std::string_view bytes);
+  std::string_view NextRun(StreamBlock& block, std::size_t limit);
+  void Append(StreamBlock& block, std::string_view bytes);
+  void Put(StreamBlock& block, std::string_view bytes);
   void WritePending();
-  void StopReading();
 
-  std::unique_ptr<Block, BlockDeleter> m_block;
+  std::unique_ptr<StreamBlock> m_block;
   bool m_text = true;
 };

@@ -1,0 +1,14 @@
+#include "tesselkit/platform/file_attributes.h"
+
+#include <sys/stat.h>
+
+#include "tesselkit/platform/host_path.h"
+
+DWORD GetFileAttributesA(const char* name) {
+  struct stat status;
+  if (stat(tesselkit::platform::HostPath(name), &status) != 0) return INVALID_FILE_ATTRIBUTES;
+  constexpr mode_t kAnyWriter = S_IWUSR | S_IWGRP | S_IWOTH;
+  DWORD attributes = S_ISDIR(status.st_mode) ? FILE_ATTRIBUTE_DIRECTORY : 0;
+  if ((status.st_mode & kAnyWriter) == 0) attributes |= FILE_ATTRIBUTE_READONLY;
+  return attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
+}

@@ -1,0 +1,77 @@
+#include "tesselkit/util/text_file.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "tesselkit/platform/file.h"
+
+namespace {
+
+// Makes room for as many lines as the ones read so far promise for the whole file, and an eighth
+// more, since growing at the very end would cost the most. Where lines are very short the array
+// has to grow later, so that a misleading beginning wastes little.
+void MakeRoom(CStringArray& lines, const CStdioFile& file) {
+  constexpr unsigned long long kShortestLine = 16;
+  const unsigned long long length = file.GetLength();
+  const unsigned long long left = length - std::min(length, file.GetPosition());
+  const unsigned long long bytes_a_line =
+      std::max(file.GetPosition() / static_cast<unsigned>(lines.GetSize()), kShortestLine);
+  const unsigned long long expected = left / bytes_a_line;
+  const auto room = std::min(expected + expected / 8, 100'000'000ULL);
+  if (room > 0) lines.SetSize(lines.GetSize(), static_cast<int>(room));
+}
+
+// Writes a file anew over the bytes that are there: emptying it first costs the disk far more.
+// Whichever way the scope is left, nothing of the old content stays.
+class Rewriter {
+ public:
+  explicit Rewriter(const char* path)
+      : m_file(path,
+               CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite | CFile::typeText),
+        m_old_length(m_file.GetLength()) {}
+
+  ~Rewriter() {
+    if (m_file.m_hFile == CFile::hFileNull) return;
+    try {
+      Cut();
+    } catch (CException* exception) {
+      exception->Delete();
+    }
+  }
+
+  void WriteLine(const CString& line) { m_file.WriteLine(line.View()); }
+
+  void Close() {
+    Cut();
+    m_file.Close();
+  }
+
+ private:
+  void Cut() {
+    if (m_old_length > 0 && m_old_length > m_file.GetPosition()) {
+      m_file.SetLength(m_file.GetPosition());
+    }
+  }
+
+  CStdioFile m_file;
+  unsigned long long m_old_length;
+};
+
+}  // namespace
+
+void AdGetTextFile(const char* path, CStringArray& lines) {
+  constexpr int kTypicalLines = 512;
+  lines.RemoveAll();
+  CStdioFile file(path, CFile::modeRead | CFile::typeText);
+  for (std::string_view line; file.NextLine(line);) {
+    lines.Add(CString(line));
+    if (lines.GetSize() == kTypicalLines) MakeRoom(lines, file);
+  }
+  file.Close();
+}
+
+void AdWriteTextFile(const char* path, CStringArray& lines, int) {
+  Rewriter file(path);
+  for (int i = 0; i < lines.GetSize(); ++i) file.WriteLine(lines[i]);
+  file.Close();
+}
