@@ -1,0 +1,36 @@
+// What the tour's scenes share: how they print, and their list.
+#pragma once
+
+#include <string>
+
+#include "tesselkit/tesselkit.h"
+
+namespace tour {
+
+// Prints in the manner of printf.
+void Say(const char* format, ...) TESSELKIT_PRINTF(1, 2);
+
+// Prints a text with every line of it set in.
+void SayIndented(const char* mark, const std::string& text);
+
+// The text of what was caught, which is ended here.
+std::string TextOf(PaMsgException* caught);
+
+// Where the tour finds its files and may write its own.
+struct Places {
+  std::string program;  // the tour itself
+  std::string data;
+  std::string scratch;
+};
+
+void VerdictsScene(const Places& places);
+void FailuresScene(const Places& places);
+void LanguageScene(const Places& places);
+void TextScene(const Places& places);
+void ObjectsScene(const Places& places);
+void EncodingsScene(const Places& places);
+
+// What the program prints when it runs once more for LanguageScene.
+void SayInProcessLanguage();
+
+}  // namespace tour
