@@ -1,6 +1,7 @@
 // Everything that the library exports.
 #pragma once
 
+#include "tesselkit/encoding/adcrypt.h"
 #include "tesselkit/failure/adexcept.h"
 #include "tesselkit/failure/adresource.h"
 #include "tesselkit/failure/message.h"
