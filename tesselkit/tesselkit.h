@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tesselkit/encoding/adcrypt.h"
+#include "tesselkit/encoding/admimeutil.h"
 #include "tesselkit/failure/adexcept.h"
 #include "tesselkit/failure/adresource.h"
 #include "tesselkit/failure/message.h"
