@@ -1,11 +1,9 @@
 #include "tesselkit/encoding/admimeutil.h"
 
 #include <string_view>
-#include <utility>
 
 #include "tesselkit/encoding/base64_alphabet.h"
 #include "tesselkit/encoding/base64_kernels.h"
-#include "tesselkit/encoding/text_buffer.h"
 #include "tesselkit/failure/condition.h"
 
 IMPLEMENT_DYNAMIC(AdMimeUtil, AdObject)
@@ -15,8 +13,6 @@ namespace {
 namespace encoding = tesselkit::encoding;
 
 constexpr char kSourceName[] = "admimeutil";
-
-constexpr std::size_t kWorkBufferSize = 49152;
 
 constexpr std::size_t CountOf(long number) {
   return number > 0 ? static_cast<std::size_t>(number) : 0;
@@ -30,55 +26,50 @@ AdMimeUtil::~AdMimeUtil() = default;
 
 void AdMimeUtil::Initialize() {
   AdObject::Initialize();
-  ReleaseWorkBuffer();
-  m_decoded.Empty();
-  m_encoded.Empty();
+  m_decoded.Release();
+  m_encoded.Release();
 }
 
 void AdMimeUtil::Finalize() {
-  m_decoded.Empty();
-  ReleaseWorkBuffer();
+  m_decoded.Release();
   AdObject::Finalize();
 }
 
+// The text is handed out, not copied: nothing ever looks at it again.
 CString AdMimeUtil::EncodeBase64(char* data, long length, long line_length) {
   const std::size_t size = data != nullptr ? CountOf(length) : 0;
   const std::size_t groups = size > 0 ? (size - 1) / 3 : 0;  // the last one stands apart
   const std::size_t per_line = line_length % 4 == 0 ? CountOf(line_length) / 4 : 0;
   const std::size_t breaks = per_line > 0 ? groups / per_line : 0;
-  m_encoded.Empty();
-  TakeWorkBuffer(4 * groups + breaks + 4 + 1);
-  const encoding::Base64Kernel& kernel = encoding::CurrentBase64Kernel();
-  m_pWorkPosition = kernel.encode(data, groups, per_line, m_pWorkPosition);
+  char* const text = m_encoded.StartAnew(4 * groups + breaks + 4 + 1);
+  m_encoded.SetEnd(encoding::CurrentBase64Kernel().encode(data, groups, per_line, text));
   int accumulator = 0;
   for (std::size_t i = 3 * groups; i < size; ++i) {
     accumulator = accumulator << 8 | static_cast<unsigned char>(data[i]);
   }
   EncodeOutputLastFew(accumulator, static_cast<int>(size - 3 * groups));
-  Put('=');
+  m_encoded.Put('=');
   EncodeFlushOutput();
-  return m_encoded;
+  return m_encoded.Take();
 }
 
 long AdMimeUtil::DecodeBase64(CString& text) {
   CalcDecoding();
   const std::string_view characters = text.View();
   const char* const end = characters.data() + characters.size();
-  const std::size_t size = characters.size() / 4 * 3 + 3 + encoding::kBase64Slack;
-  ReuseMemoryOfDecodedBytes(size);
-  TakeWorkBuffer(size);
+  char* const bytes = m_decoded.StartAnew(characters.size() / 4 * 3 + 3 + encoding::kBase64Slack);
   const encoding::Base64Decoded state =
-      encoding::CurrentBase64Kernel().decode(characters.data(), end, m_pWorkPosition);
-  m_pWorkPosition = state.bytes_end;
+      encoding::CurrentBase64Kernel().decode(characters.data(), end, bytes);
+  m_decoded.SetEnd(state.bytes_end);
   const bool is_valid = state.stop == end || *state.stop == '=';
   if (!is_valid || state.count == 1) {
-    const auto groups = static_cast<std::size_t>(state.bytes_end - m_pWorkStart) / 3;
+    const auto groups = static_cast<std::size_t>(state.bytes_end - bytes) / 3;
     KeepFlushedBytes(state.count == 0 && groups > 0 ? groups - 1 : groups);
     AD_CHECK(0);
   }
   DecodeOutputLastFew(static_cast<int>(state.accumulator), state.count);
   DecodeFlushOutput();
-  return m_decoded.GetLength();
+  return static_cast<long>(m_decoded.View().size());
 }
 
 void AdMimeUtil::GetDecodedResults(char* out) {
@@ -91,7 +82,7 @@ char AdMimeUtil::EncodeOne(int value) const {
 
 void AdMimeUtil::EncodeOutput4Bytes(int accumulator) {
   EncodeMakeRoom();
-  for (int shift = 18; shift >= 0; shift -= 6) Put(EncodeOne(accumulator >> shift));
+  for (int shift = 18; shift >= 0; shift -= 6) m_encoded.Put(EncodeOne(accumulator >> shift));
 }
 
 void AdMimeUtil::EncodeOutputLastFew(int accumulator, int count) {
@@ -99,11 +90,11 @@ void AdMimeUtil::EncodeOutputLastFew(int accumulator, int count) {
 }
 
 void AdMimeUtil::EncodeMakeRoom() {
-  MakeRoom(m_encoded, 4);
+  m_encoded.MakeRoom(4);
 }
 
 void AdMimeUtil::EncodeFlushOutput() {
-  FlushTo(m_encoded);
+  m_encoded.Flush();
 }
 
 void AdMimeUtil::CalcDecoding() {
@@ -117,57 +108,20 @@ void AdMimeUtil::DecodeOutput3Bytes(int accumulator) {
 void AdMimeUtil::DecodeOutputLastFew(int accumulator, int count) {
   DecodeMakeRoom();
   const int group = accumulator << (4 - count) * 6;
-  for (int i = 1; i < count; ++i) Put(group >> (24 - 8 * i));
+  for (int i = 1; i < count; ++i) m_decoded.Put(static_cast<char>(group >> (24 - 8 * i)));
 }
 
 void AdMimeUtil::DecodeMakeRoom() {
-  MakeRoom(m_decoded, 3);
+  m_decoded.MakeRoom(3);
 }
 
 void AdMimeUtil::DecodeFlushOutput() {
-  FlushTo(m_decoded);
+  m_decoded.Flush();
 }
 
-void AdMimeUtil::TakeWorkBuffer(std::size_t size) {
-  m_pWorkStart = m_pWorkPosition = m_pWorkEnd = nullptr;
-  m_pWorkStart = m_pWorkPosition = encoding::BufferOf(m_work, size);
-  m_pWorkEnd = m_pWorkStart + size;
-}
-
-void AdMimeUtil::ReleaseWorkBuffer() noexcept {
-  m_work.Empty();
-  m_pWorkStart = m_pWorkPosition = m_pWorkEnd = nullptr;
-}
-
-void AdMimeUtil::MakeRoom(CString& output, std::ptrdiff_t size) {
-  if (m_pWorkEnd - m_pWorkPosition >= size) return;
-  FlushTo(output);
-  TakeWorkBuffer(kWorkBufferSize);
-}
-
-// An output that is still empty takes the memory over.
-void AdMimeUtil::FlushTo(CString& output) {
-  m_work.ReleaseBuffer(static_cast<int>(m_pWorkPosition - m_pWorkStart));
-  if (output.IsEmpty()) {
-    swap(output, m_work);
-  } else {
-    output.Append(m_work.View());
-  }
-  ReleaseWorkBuffer();
-}
-
-// Fresh memory is dear; but one long text must not hold its memory through many short ones.
-void AdMimeUtil::ReuseMemoryOfDecodedBytes(std::size_t size) noexcept {
-  ReleaseWorkBuffer();
-  const auto before = static_cast<std::size_t>(m_decoded.GetLength());
-  if (before <= 4 * (size + kWorkBufferSize)) swap(m_work, m_decoded);
-  m_decoded.Empty();
-}
-
-// Decoded bytes count as such when the work buffer, taken to be of its usual size, has been flushed
-// with them; after a failure, which flushes nothing, that can be seen.
+// Decoded bytes count as such when the work buffer was flushed with them. After a failure, which
+// flushes nothing, that can be seen: they are kept in whole work buffers.
 void AdMimeUtil::KeepFlushedBytes(std::size_t written) {
-  const std::size_t flushes = written > 0 ? 3 * (written - 1) / kWorkBufferSize : 0;
-  m_pWorkPosition = m_pWorkStart + flushes * kWorkBufferSize;
-  DecodeFlushOutput();
+  constexpr std::size_t kBuffer = encoding::GrowingText::kWorkBuffer;
+  m_decoded.CutTo(written > 0 ? 3 * (written - 1) / kBuffer * kBuffer : 0);
 }

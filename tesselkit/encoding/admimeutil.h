@@ -13,6 +13,7 @@
 
 #include <cstddef>
 
+#include "tesselkit/encoding/growing_text.h"
 #include "tesselkit/objects/adobject.h"
 
 class TESSELKIT_API AdMimeUtil : public AdObject {
@@ -43,9 +44,9 @@ class TESSELKIT_API AdMimeUtil : public AdObject {
   void GetDecodedResults(char* out);
 
  protected:
-  // The steps of the above, for a class that frames its texts in another way. What the Output steps
-  // write goes to a work buffer, which the MakeRoom steps see to; the Flush steps append that to
-  // the encoded text or to the decoded bytes.
+  // The steps of the above. What the Output steps write goes to a work buffer, for which the
+  // MakeRoom steps see to it that there is room; the Flush steps append what is in it to the
+  // encoded text or to the decoded bytes.
 
   // The character of a value of 6 bits.
   char EncodeOne(int value) const;
@@ -69,18 +70,8 @@ class TESSELKIT_API AdMimeUtil : public AdObject {
   const unsigned char* m_pDecoding = nullptr;
 
  private:
-  void TakeWorkBuffer(std::size_t size);
-  void ReleaseWorkBuffer() noexcept;
-  void MakeRoom(CString& output, std::ptrdiff_t size);
-  void FlushTo(CString& output);
-  void Put(int byte) { *m_pWorkPosition++ = static_cast<char>(byte); }
-  void ReuseMemoryOfDecodedBytes(std::size_t size) noexcept;
   void KeepFlushedBytes(std::size_t written);
 
-  CString m_work;  // the memory of the work buffer
-  char* m_pWorkStart = nullptr;
-  char* m_pWorkPosition = nullptr;
-  char* m_pWorkEnd = nullptr;
-  CString m_encoded;
-  CString m_decoded;
+  tesselkit::encoding::GrowingText m_encoded;
+  tesselkit::encoding::GrowingText m_decoded;
 };

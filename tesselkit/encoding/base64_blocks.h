@@ -80,9 +80,30 @@ inline void DecodeGroups(const char* end, Base64Decoded& state) {
   }
 }
 
+// Reads one line of `groups` groups and its line feed. False, with nothing taken, when the text
+// does not go on like that.
+template <class Block>
+TESSELKIT_INTO_KERNEL bool DecodeLine(const char* end, std::size_t groups, Base64Decoded& state) {
+  const std::size_t blocks = (groups + Block::kGroups - 1) / Block::kGroups;
+  const auto left = static_cast<std::size_t>(end - state.stop);
+  if (left <= 4 * Block::kGroups * blocks || state.stop[4 * groups] != '\n') return false;
+  for (std::size_t i = 0; i < blocks; ++i) {
+    const std::size_t at = i * Block::kGroups;
+    const std::size_t decoded =
+        Block::Decode(state.stop + 4 * at, 4 * Block::kGroups, state.bytes_end + 3 * at);
+    if (decoded != Block::kGroups && decoded != groups - at) return false;
+  }
+  state.stop += 4 * groups + 1;
+  state.bytes_end += 3 * groups;
+  return true;
+}
+
+// Lines mostly have one length: from the second on, whole lines are read, with no wait for where
+// each one ends.
 template <class Block>
 TESSELKIT_INTO_KERNEL Base64Decoded DecodeText(const char* text, const char* end, char* bytes) {
   Base64Decoded state = {text, bytes, 0, 0};
+  const char* line = text;
   while (end - state.stop >= static_cast<std::ptrdiff_t>(Block::kFewestCharacters)) {
     const auto available = static_cast<std::size_t>(end - state.stop);
     const std::size_t groups = Block::Decode(state.stop, available, state.bytes_end);
@@ -90,7 +111,10 @@ TESSELKIT_INTO_KERNEL Base64Decoded DecodeText(const char* text, const char* end
     state.bytes_end += 3 * groups;
     if (groups == Block::kGroups) continue;
     if (state.stop != end && *state.stop == '\n') {
-      ++state.stop;
+      const auto length = static_cast<std::size_t>(state.stop++ - line);
+      while (length % 4 == 0 && DecodeLine<Block>(end, length / 4, state)) {
+      }
+      line = state.stop;
     } else if (!DecodeGroup(end, state)) {
       return state;
     }
