@@ -21,6 +21,26 @@ std::size_t CountOf(int number) {
   return number > 0 ? static_cast<std::size_t>(number) : 0;
 }
 
+#ifdef __GLIBCXX__
+// The standard has no way, before C++23, to lengthen a string whose new bytes somebody else will
+// write. This library's own way is private; an explicit instantiation may name it all the same.
+template <auto Member>
+struct LengthSetter {
+  friend void SetLengthOnly(Text& text, std::size_t length) { (text.*Member)(length); }
+};
+void SetLengthOnly(Text& text, std::size_t length);
+template struct LengthSetter<&Text::_M_set_length>;
+
+void ResizeUnfilled(Text& text, std::size_t length) {
+  if (length > text.capacity()) text.reserve(length);
+  SetLengthOnly(text, length);
+}
+#else
+void ResizeUnfilled(Text& text, std::size_t length) {
+  text.resize(length);
+}
+#endif
+
 Text Join(std::string_view a, std::string_view b) {
   Text result;
   result.reserve(a.size() + b.size());
@@ -141,12 +161,12 @@ BOOL CString::LoadString(UINT id) {
 }
 
 char* CString::GetBuffer(int min_length) {
-  if (CountOf(min_length) > m_text.size()) m_text.resize(CountOf(min_length));
+  if (CountOf(min_length) > m_text.size()) ResizeUnfilled(m_text, CountOf(min_length));
   return m_text.data();
 }
 
 char* CString::GetBufferSetLength(int length) {
-  m_text.resize(CountOf(length));
+  ResizeUnfilled(m_text, CountOf(length));
   return m_text.data();
 }
 
