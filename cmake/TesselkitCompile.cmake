@@ -14,6 +14,12 @@ if(TESSELKIT_HAS_NO_GNU_UNIQUE)
   target_compile_options(tesselkit_compile INTERFACE -fno-gnu-unique)
 endif()
 
+# The libraries' own calls of their exported functions go to these functions and may be inlined.
+check_cxx_compiler_flag(-fno-semantic-interposition TESSELKIT_HAS_NO_SEMANTIC_INTERPOSITION)
+if(TESSELKIT_HAS_NO_SEMANTIC_INTERPOSITION)
+  target_compile_options(tesselkit_compile INTERFACE -fno-semantic-interposition)
+endif()
+
 # A comma-separated list for -fsanitize, for example "address,undefined".
 set(TESSELKIT_SANITIZE "" CACHE STRING "Sanitizers to build everything with")
 if(TESSELKIT_SANITIZE)

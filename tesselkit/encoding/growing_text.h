@@ -1,5 +1,6 @@
 // A text of the codec's, with a work buffer behind its end: what is written there belongs to the
-// text when it is flushed. The memory goes with the object.
+// text when it is flushed. The memory goes with the object. When it runs out, CMemoryException* is
+// thrown and the text is empty or as it was.
 #pragma once
 
 #include <cstddef>
@@ -19,43 +20,45 @@ class GrowingText {
   GrowingText(const GrowingText&) = delete;
   GrowingText& operator=(const GrowingText&) = delete;
 
-  std::string_view View() const noexcept { return m_text.View(); }
+  std::string_view View() const noexcept { return m_memory.View().substr(0, m_length); }
 
+  // Lets the memory go.
   void Release() noexcept {
-    m_text.Empty();
-    m_position = m_end = nullptr;
+    CutTo(0);
+    m_memory.Empty();
   }
 
-  // Empties the text and gives it a work buffer of `room` bytes. Memory is used again, unless it
-  // would be far too much: fresh memory is dear.
+  // Empties the text and gives it a work buffer of `room` bytes at least. Memory is used again,
+  // since fresh memory is dear, unless it is far too much.
   char* StartAnew(std::size_t room) {
-    m_position = m_end = nullptr;
-    if (View().size() / 4 > kWorkBuffer + room) m_text.Empty();
-    m_text.ReleaseBuffer(0);
-    AddRoom(room);
+    CutTo(0);
+    const std::size_t memory = m_memory.View().size();
+    if (memory < room || memory / 4 > room + kWorkBuffer) m_memory.Empty();
+    SetWorkBuffer(m_memory.IsEmpty() ? BufferOf(m_memory, room) : m_memory.GetBuffer(0));
     return m_position;
   }
 
-  // Gives the text away.
-  CString Take() noexcept {
-    m_position = m_end = nullptr;
-    return std::move(m_text);
+  // Gives the text away, and its memory with it.
+  CString Take() {
+    if (m_length != m_memory.View().size()) m_memory.ReleaseBuffer(static_cast<int>(m_length));
+    CutTo(0);
+    return std::move(m_memory);
   }
 
   // Flushes the work buffer when it has no room for `size` bytes, and makes a new one.
   void MakeRoom(std::ptrdiff_t size) {
     if (m_end - m_position >= size) return;
     Flush();
-    AddRoom(kWorkBuffer);
+    SetWorkBuffer(BufferOf(m_memory, m_length + kWorkBuffer) + m_length);
   }
 
-  void Flush() {
-    if (m_position != nullptr) CutTo(static_cast<std::size_t>(m_position - View().data()));
+  void Flush() noexcept {
+    if (m_position != nullptr) CutTo(static_cast<std::size_t>(m_position - m_memory.View().data()));
   }
 
-  // Makes the text `size` bytes long, of those in the work buffer too, and ends the work buffer.
-  void CutTo(std::size_t size) {
-    m_text.ReleaseBuffer(static_cast<int>(size));
+  // Ends the work buffer. The text is `size` bytes long, of what was written there too.
+  void CutTo(std::size_t size) noexcept {
+    m_length = size;
     m_position = m_end = nullptr;
   }
 
@@ -63,13 +66,13 @@ class GrowingText {
   void SetEnd(char* position) noexcept { m_position = position; }
 
  private:
-  void AddRoom(std::size_t room) {
-    const std::size_t length = View().size();
-    m_position = BufferOf(m_text, length + room) + length;
-    m_end = m_position + room;
+  void SetWorkBuffer(char* start) noexcept {
+    m_position = start;
+    m_end = start + (m_memory.View().data() + m_memory.View().size() - start);
   }
 
-  CString m_text;
+  CString m_memory;  // its length is that of the memory
+  std::size_t m_length = 0;
   char* m_position = nullptr;
   char* m_end = nullptr;
 };
