@@ -82,7 +82,11 @@ CString AdDecryptString(const char* reversible_str) {
   AD_CHECK(AdIsReversiblyEncryptedString(reversible_str));
   const std::size_t size = std::strlen(reversible_str) / 2;
   CString text;
-  encoding::Unscramble(reversible_str, size, encoding::BufferOf(text, size));
-  text.ReleaseBuffer();
+  // As a rule the last byte is the only NUL.
+  const bool has_end = encoding::UnscrambledAt(reversible_str, size - 1) == '\0';
+  const std::size_t length = has_end ? size - 1 : size;
+  if (encoding::Unscramble(reversible_str, length, encoding::BufferOf(text, length))) {
+    text.ReleaseBuffer();
+  }
   return text;
 }

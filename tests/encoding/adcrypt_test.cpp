@@ -6,6 +6,7 @@
 #include <set>
 
 #include "tesselkit/encoding/adcrypt_tables.h"
+#include "tesselkit/encoding/scrambling.h"
 #include "tests/support/failures.h"
 #include "tests/support/traced_test.h"
 
@@ -13,10 +14,36 @@ namespace {
 
 using tesselkit::encoding::kDigestWords;
 using tesselkit::encoding::kScramblingPad;
+using tesselkit::encoding::ScramblingKernel;
 
 constexpr char kDigits[] = "0123456789abcdef";
 
 class Crypt : public test::TracedTest {};
+
+// With each kernel that the processor has.
+class Scrambling : public Crypt, public testing::WithParamInterface<const ScramblingKernel*> {
+ protected:
+  Scrambling() {
+    if (IsUsable()) tesselkit::encoding::SetScramblingKernel(*GetParam());
+  }
+  ~Scrambling() override { tesselkit::encoding::SetScramblingKernel(BestKernel()); }
+
+  static const ScramblingKernel& BestKernel() {
+    const ScramblingKernel* wide = tesselkit::encoding::Avx2ScramblingKernel();
+    return wide != nullptr ? *wide : tesselkit::encoding::PlainScramblingKernel();
+  }
+  bool IsUsable() const { return GetParam() != nullptr; }
+  void SetUp() override {
+    if (!IsUsable()) GTEST_SKIP() << "the processor has no such instructions";
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Kernels, Scrambling,
+                         testing::Values(&tesselkit::encoding::PlainScramblingKernel(),
+                                         tesselkit::encoding::Avx2ScramblingKernel()),
+                         [](const auto& info) {
+                           return std::string(info.param != nullptr ? info.param->name : "none");
+                         });
 
 // The formulas, one byte at a time.
 unsigned long ModelDigest(const std::string& bytes) {
@@ -153,7 +180,7 @@ TEST_F(Crypt, PasswordDigestIsThatOfTheJoinedTexts) {
 }
 
 // As for the digests: a saved login depends on these.
-TEST_F(Crypt, ScrambledTextsNeverChange) {
+TEST_P(Scrambling, ScrambledTextsNeverChange) {
   const struct {
     int line;
     const char* text;
@@ -179,7 +206,7 @@ void ExpectRoundTrip(const std::string& text) {
   ASSERT_EQ(AdDecryptString(digits).View(), text);
 }
 
-TEST_F(Crypt, EveryShortTextAndManyLengthsComeBack) {
+TEST_P(Scrambling, EveryShortTextAndManyLengthsComeBack) {
   for (int first = 1; first < 256; ++first) {
     ExpectRoundTrip(std::string(1, static_cast<char>(first)));
     for (int second = 1; second < 256; ++second) {
@@ -192,7 +219,7 @@ TEST_F(Crypt, EveryShortTextAndManyLengthsComeBack) {
   }
 }
 
-TEST_F(Crypt, ForeignDigitsGiveTheTextBeforeTheirFirstNul) {
+TEST_P(Scrambling, ForeignDigitsGiveTheTextBeforeTheirFirstNul) {
   EXPECT_EQ(AdDecryptString("f2"), "a");  // no NUL at all
   EXPECT_EQ(AdDecryptString("e4"), "");   // the NUL comes first
   EXPECT_EQ(AdDecryptString("e4f2"), "");
@@ -205,7 +232,7 @@ TEST_F(Crypt, ForeignDigitsGiveTheTextBeforeTheirFirstNul) {
   }
 }
 
-TEST_F(Crypt, OnlyAnEvenNumberOfLowerCaseDigitsCanBeUnscrambled) {
+TEST_P(Scrambling, OnlyAnEvenNumberOfLowerCaseDigitsCanBeUnscrambled) {
   EXPECT_EQ(AdIsReversiblyEncryptedString(nullptr), 0);
   EXPECT_EQ(AdIsReversiblyEncryptedString(""), 0);
   for (std::size_t length = 1; length <= 70; ++length) {
