@@ -13,6 +13,7 @@
 #include <initializer_list>
 
 #include "tesselkit/platform/cstring.h"
+#include "tesselkit/platform/export.h"
 
 class PaMessage;
 class PaMsgException;
@@ -24,15 +25,15 @@ struct ShownValue {
   CString value;
 };
 
-CString ShownText(long value);
-CString ShownText(const char* value);
+TESSELKIT_API CString ShownText(long value);
+TESSELKIT_API CString ShownText(const char* value);
 
 // The exception of AdThrowMsgExcept, completed and traced but not thrown.
 PaMsgException* MakeFailure(PaMessage& msg, const char* failed_expr, const char* file, int line);
 
 // Throws message 18019 to 18023, by the number of values, through AdThrowMsgExcept.
-[[noreturn]] void ThrowCondition(const char* condition, const char* source_name, int line,
-                                 std::initializer_list<ShownValue> values);
+[[noreturn]] TESSELKIT_API void ThrowCondition(const char* condition, const char* source_name,
+                                               int line, std::initializer_list<ShownValue> values);
 
 }  // namespace tesselkit::failure
 
