@@ -17,7 +17,7 @@ int _getmbcp() noexcept {
 }
 
 int _ismbblead(unsigned byte) noexcept {
-  return byte <= 0xFF && IsLeadByte(static_cast<unsigned char>(byte)) ? 1 : 0;
+  return IsLeadByte(static_cast<unsigned char>(byte)) ? 1 : 0;
 }
 
 int _mbscmp(const char* a, const char* b) noexcept {

@@ -24,7 +24,8 @@ TESSELKIT_API int _setmbcp(int code_page) noexcept;
 // The number of the page, as it was set; 0 when nothing chose one.
 TESSELKIT_API int _getmbcp() noexcept;
 
-// 1 when a character of more than one byte may begin with `byte`, else 0.
+// 1 when a character of more than one byte may begin with the low eight bits of `byte` (a `char`
+// may come sign-extended), else 0.
 TESSELKIT_API int _ismbblead(unsigned byte) noexcept;
 
 // Orders two texts by the codes of their characters: below 0, 0 or above 0. A character of one
