@@ -9,7 +9,6 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "tesselkit/platform/mbstring.h"
 
@@ -106,34 +105,41 @@ constexpr CodesetPage kCodesetPages[] = {
     {"windows1258", 1258},
 };
 
-int PageOfCodeset(std::string_view codeset) {
-  std::string key;
-  for (char c : codeset) {
-    if (std::isalnum(static_cast<unsigned char>(c))) {
-      key += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
+// Whether `codeset` is `name` but for its case and what is neither letter nor digit.
+bool IsCodeset(std::string_view codeset, std::string_view name) noexcept {
+  for (const char c : codeset) {
+    const char lower = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    if (!(lower >= 'a' && lower <= 'z') && !(lower >= '0' && lower <= '9')) continue;
+    if (name.empty() || name.front() != lower) return false;
+    name.remove_prefix(1);
   }
+  return name.empty();
+}
+
+int PageOfCodeset(std::string_view codeset) noexcept {
   for (const CodesetPage& row : kCodesetPages) {
-    if (key == row.codeset) return row.page;
+    if (IsCodeset(codeset, row.codeset)) return row.page;
   }
   return 0;
 }
 
-// The codeset that a locale name carries after its dot, or the one that the host knows for it.
-std::string CodesetOfLocale(const std::string& name) {
-  const std::size_t dot = name.find('.');
-  if (dot != std::string::npos) return name.substr(dot + 1, name.find('@', dot) - dot - 1);
-  const locale_t locale = newlocale(LC_CTYPE_MASK, name.c_str(), nullptr);
-  if (locale == nullptr) return {};
-  std::string codeset = nl_langinfo_l(CODESET, locale);
+// By the codeset that a locale name carries after its dot, or else the one the host knows for it.
+int PageOfLocale(const char* name) noexcept {
+  if (const char* dot = std::strchr(name, '.')) {
+    const std::string_view codeset = dot + 1;
+    return PageOfCodeset(codeset.substr(0, codeset.find('@')));
+  }
+  const locale_t locale = newlocale(LC_CTYPE_MASK, name, nullptr);
+  if (locale == nullptr) return 0;
+  const int page = PageOfCodeset(nl_langinfo_l(CODESET, locale));
   freelocale(locale);
-  return codeset;
+  return page;
 }
 
-int PageOfEnvironment() {
+int PageOfEnvironment() noexcept {
   for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
     const char* locale = std::getenv(variable);
-    if (locale != nullptr && *locale != '\0') return PageOfCodeset(CodesetOfLocale(locale));
+    if (locale != nullptr && *locale != '\0') return PageOfLocale(locale);
   }
   return 0;
 }
@@ -347,6 +353,21 @@ std::size_t FindLongText(std::string_view text, std::string_view wanted,
     hit = text.find(wanted, hit + 1);
   }
   return hit;
+}
+
+std::size_t CharacterAtOrAfter(std::string_view text, std::size_t at) noexcept {
+  if (at >= text.size()) return text.size();
+  const CodePage& page = Page();
+  std::size_t begin = at;
+  if (page.kind == CodePageKind::kDoubleByte) {
+    // Whatever stands before it, a byte that is no lead ends a character.
+    while (begin > 0 && page.Is(text[begin - 1], kLead)) --begin;
+  } else {
+    while (begin > 0 && at - begin < 3 && page.Is(text[begin], kTrail)) --begin;
+  }
+  const char* end = text.data() + text.size();
+  while (begin < at) begin += LengthOnPage(page, text.data() + begin, end);
+  return begin;
 }
 
 int CompareText(TextSpan a, TextSpan b) noexcept {

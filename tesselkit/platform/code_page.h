@@ -35,15 +35,19 @@ inline std::size_t CharacterLength(const char* c, const char* end) noexcept {
 TESSELKIT_API std::size_t FindLongText(std::string_view text, std::string_view wanted,
                                        std::size_t from) noexcept;
 
-// The first position at or after `from`, itself a character's beginning, where `wanted` stands as
-// whole characters of `text`; std::string_view::npos when there is none. An empty `wanted` is
-// found at once. Linear in the length of `text`.
+// The first position at or after `from` where `wanted` stands as whole characters of `text`;
+// std::string_view::npos when there is none. A character must begin at `from`. An empty `wanted`
+// is found at once.
 inline std::size_t FindText(std::string_view text, std::string_view wanted,
                             std::size_t from = 0) noexcept {
   // No page continues a character with a byte below 0x40.
   const bool is_plain = wanted.size() == 1 && static_cast<unsigned char>(wanted[0]) < 0x40;
   return is_plain ? text.find(wanted[0], from) : FindLongText(text, wanted, from);
 }
+
+// The first position at or after `at` where a character of `text` begins; its end when there is
+// none.
+TESSELKIT_API std::size_t CharacterAtOrAfter(std::string_view text, std::size_t at) noexcept;
 
 // A text and where it ends; a null `end` stands for "at its NUL".
 struct TextSpan {

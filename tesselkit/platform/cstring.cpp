@@ -1,6 +1,7 @@
 #include "tesselkit/platform/cstring.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -46,6 +47,11 @@ Text Join(std::string_view a, std::string_view b) {
   result.reserve(a.size() + b.size());
   result.append(a).append(b);
   return result;
+}
+
+[[noreturn]] void ThrowFormatFailed() {
+  if (errno == ENOMEM) AfxThrowMemoryException();
+  AfxThrowInvalidArgException();
 }
 
 }  // namespace
@@ -143,14 +149,14 @@ void CString::FormatV(const char* format, va_list arguments) {
   char short_text[256];
   const int length = std::vsnprintf(short_text, sizeof short_text, format, measuring);
   va_end(measuring);
-  if (length < 0) AfxThrowInvalidArgException();
+  if (length < 0) ThrowFormatFailed();
   const auto size = static_cast<std::size_t>(length);
   if (size < sizeof short_text) {
     m_text.assign(short_text, size);
     return;
   }
   Text result(size, '\0');
-  std::vsnprintf(result.data(), size + 1, format, arguments);
+  if (std::vsnprintf(result.data(), size + 1, format, arguments) < 0) ThrowFormatFailed();
   m_text.swap(result);
 }
 

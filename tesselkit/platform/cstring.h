@@ -48,7 +48,8 @@ class TESSELKIT_API CString {
   void SetAt(int index, char c);
   template <std::integral Index>
   char operator[](Index index) const {
-    return GetAt(static_cast<int>(index));
+    const auto place = static_cast<long long>(index);
+    return GetAt(place == static_cast<int>(place) ? static_cast<int>(place) : -1);
   }
 
   // Appending.
@@ -78,7 +79,7 @@ class TESSELKIT_API CString {
   int CompareNoCase(const char* other) const noexcept;
   int Collate(const char* other) const noexcept;
 
-  // Where something stands, or -1.
+  // Where something stands, or -1. A start inside a character counts as the end of it.
   int Find(char c, int start = 0) const noexcept;
   int Find(const char* text, int start = 0) const noexcept;
   int ReverseFind(char c) const noexcept;

@@ -33,19 +33,19 @@ std::size_t FrontLength(std::string_view text, Accepts accepts) {
   return at;
 }
 
-std::size_t FrontOf(std::string_view text, const char* characters) {
-  const CharacterSet set(ViewOf(characters));
+std::size_t FrontOf(std::string_view text, std::string_view characters) {
+  const CharacterSet set(characters);
   return FrontLength(text, [&](const char* c, std::size_t n) { return set.Contains(c, n); });
 }
 
-std::size_t FrontWithout(std::string_view text, const char* characters) {
-  const CharacterSet set(ViewOf(characters));
+std::size_t FrontWithout(std::string_view text, std::string_view characters) {
+  const CharacterSet set(characters);
   return FrontLength(text, [&](const char* c, std::size_t n) { return !set.Contains(c, n); });
 }
 
 // How long `text` is without the characters of `characters` at its end.
-std::size_t LengthWithoutTail(std::string_view text, const char* characters) {
-  const CharacterSet set(ViewOf(characters));
+std::size_t LengthWithoutTail(std::string_view text, std::string_view characters) {
+  const CharacterSet set(characters);
   std::size_t at = 0;
   std::size_t kept = 0;
   while (at < text.size()) {
@@ -61,24 +61,46 @@ std::size_t Limit(int index, std::size_t size) {
   return std::min(index > 0 ? static_cast<std::size_t>(index) : 0, size);
 }
 
+int FindIn(std::string_view text, std::string_view wanted, int start) {
+  if (start > static_cast<int>(text.size())) return -1;
+  return PositionOf(FindText(text, wanted, CharacterAtOrAfter(text, Limit(start, text.size()))));
+}
+
+// Replaces every `wanted`, which is not empty, and returns how many there were.
+int ReplaceIn(Text& text, std::string_view wanted, std::string_view replacement) {
+  std::size_t found = FindText(text, wanted);
+  if (found == std::string_view::npos) return 0;
+
+  int count = 0;
+  std::size_t kept = 0;
+  Text result;
+  result.reserve(text.size());
+  for (; found != std::string_view::npos; found = FindText(text, wanted, kept)) {
+    result.append(text, kept, found - kept).append(replacement);
+    kept = found + wanted.size();
+    ++count;
+  }
+  result.append(text, kept);
+  text.swap(result);
+  return count;
+}
+
 }  // namespace
 
 CString CString::SpanIncluding(const char* characters) const {
-  return CString(View().substr(0, FrontOf(View(), characters)));
+  return CString(View().substr(0, FrontOf(View(), ViewOf(characters))));
 }
 
 CString CString::SpanExcluding(const char* characters) const {
-  return CString(View().substr(0, FrontWithout(View(), characters)));
+  return CString(View().substr(0, FrontWithout(View(), ViewOf(characters))));
 }
 
 int CString::Find(char c, int start) const noexcept {
-  if (start > GetLength()) return -1;
-  return PositionOf(FindText(View(), {&c, 1}, Limit(start, m_text.size())));
+  return FindIn(View(), {&c, 1}, start);
 }
 
 int CString::Find(const char* text, int start) const noexcept {
-  if (start > GetLength()) return -1;
-  return PositionOf(FindText(View(), ViewOf(text), Limit(start, m_text.size())));
+  return FindIn(View(), ViewOf(text), start);
 }
 
 int CString::ReverseFind(char c) const noexcept {
@@ -91,7 +113,7 @@ int CString::ReverseFind(char c) const noexcept {
 }
 
 int CString::FindOneOf(const char* characters) const noexcept {
-  const std::size_t at = FrontWithout(View(), characters);
+  const std::size_t at = FrontWithout(View(), ViewOf(characters));
   return at < m_text.size() ? static_cast<int>(at) : -1;
 }
 
@@ -119,11 +141,11 @@ void CString::TrimLeft() {
 }
 
 void CString::TrimLeft(char c) {
-  TrimLeft(CString(c));
+  m_text.erase(0, FrontOf(View(), {&c, 1}));
 }
 
 void CString::TrimLeft(const char* characters) {
-  m_text.erase(0, FrontOf(View(), characters));
+  m_text.erase(0, FrontOf(View(), ViewOf(characters)));
 }
 
 void CString::TrimRight() {
@@ -131,11 +153,11 @@ void CString::TrimRight() {
 }
 
 void CString::TrimRight(char c) {
-  TrimRight(CString(c));
+  m_text.resize(LengthWithoutTail(View(), {&c, 1}));
 }
 
 void CString::TrimRight(const char* characters) {
-  m_text.resize(LengthWithoutTail(View(), characters));
+  m_text.resize(LengthWithoutTail(View(), ViewOf(characters)));
 }
 
 int CString::Replace(char from, char to) {
@@ -151,31 +173,16 @@ int CString::Replace(char from, char to) {
 
 int CString::Replace(const char* from, const char* to) {
   const std::string_view wanted = ViewOf(from);
-  const std::string_view replacement = ViewOf(to);
-  if (wanted.empty()) return 0;
-  std::size_t found = FindText(View(), wanted);
-  if (found == std::string_view::npos) return 0;
-
-  int count = 0;
-  std::size_t kept = 0;
-  Text result;
-  result.reserve(m_text.size());
-  for (; found != std::string_view::npos; found = FindText(View(), wanted, kept)) {
-    result.append(View().substr(kept, found - kept)).append(replacement);
-    kept = found + wanted.size();
-    ++count;
-  }
-  result.append(View().substr(kept));
-  m_text.swap(result);
-  return count;
+  return wanted.empty() ? 0 : ReplaceIn(m_text, wanted, ViewOf(to));
 }
 
 int CString::Remove(char c) {
-  return Replace(CString(c), "");
+  return ReplaceIn(m_text, {&c, 1}, {});
 }
 
 int CString::Insert(int index, char c) {
-  return Insert(index, CString(c));
+  m_text.insert(Limit(index, m_text.size()), 1, c);
+  return GetLength();
 }
 
 int CString::Insert(int index, const char* text) {
