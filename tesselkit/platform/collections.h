@@ -7,11 +7,14 @@
 // Different objects may be used by different threads at once; one object only for reading.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -69,26 +72,20 @@ class ArrayOf : public CObject {
   }
   int Append(const ArrayOf& source) {
     const int first = GetSize();
-    Elements copies(source.m_elements);
-    m_elements.insert(m_elements.end(), std::make_move_iterator(copies.begin()),
-                      std::make_move_iterator(copies.end()));
+    Insert(first, Elements(source.m_elements));
     return first;
   }
-  void Copy(const ArrayOf& source) { m_elements = source.m_elements; }
+  void Copy(const ArrayOf& source) { Elements(source.m_elements).swap(m_elements); }
 
   // Inserts `count` copies, or the elements of another array, before `index`; an index past the
   // end makes the array longer first.
   void InsertAt(int index, const Element& element, int count = 1) {
     if (index < 0 || count < 0) AfxThrowInvalidArgException();
-    const Element copy(element);
-    if (index > GetSize()) SetSize(index);
-    m_elements.insert(m_elements.begin() + index, static_cast<std::size_t>(count), copy);
+    Insert(index, Elements(static_cast<std::size_t>(count), element));
   }
   void InsertAt(int index, const ArrayOf* source) {
     if (index < 0 || source == nullptr) AfxThrowInvalidArgException();
-    const Elements copies(source->m_elements);
-    if (index > GetSize()) SetSize(index);
-    m_elements.insert(m_elements.begin() + index, copies.begin(), copies.end());
+    Insert(index, Elements(source->m_elements));
   }
   void RemoveAt(int index, int count = 1) {
     if (index < 0 || count < 0 || count > GetSize() - index) AfxThrowInvalidArgException();
@@ -105,6 +102,19 @@ class ArrayOf : public CObject {
   static std::size_t Checked(int index, int limit) {
     if (index < 0 || index >= limit) AfxThrowInvalidArgException();
     return static_cast<std::size_t>(index);
+  }
+
+  // Moves elements in. All memory is taken before anything changes.
+  void Insert(int index, Elements&& added) {
+    const std::size_t size = std::max(m_elements.size(), static_cast<std::size_t>(index));
+    const std::size_t wanted = size + added.size();
+    if (wanted > std::numeric_limits<int>::max()) AfxThrowMemoryException();
+    if (wanted > m_elements.capacity()) {
+      m_elements.reserve(std::max(wanted, 2 * m_elements.size()));
+    }
+    m_elements.resize(size);
+    m_elements.insert(m_elements.begin() + index, std::make_move_iterator(added.begin()),
+                      std::make_move_iterator(added.end()));
   }
 
   Elements m_elements;
@@ -164,6 +174,15 @@ class MapOf : public CObject {
     const auto found = m_entries.find(KeyKind::Wanted(key));
     if (found == m_entries.end()) return FALSE;
     value = found->second.value;
+    return TRUE;
+  }
+
+  // Points `stored` to the map's own copy of a text key, good until it is removed. FALSE, with
+  // `stored` untouched, when the key is missing.
+  BOOL LookupKey(KeyArgument key, const char*& stored) const requires std::is_same_v<Key, CString> {
+    const auto found = m_entries.find(KeyKind::Wanted(key));
+    if (found == m_entries.end()) return FALSE;
+    stored = found->first;
     return TRUE;
   }
 
