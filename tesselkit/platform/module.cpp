@@ -1,13 +1,16 @@
 #include "tesselkit/platform/module.h"
 
 #include <dlfcn.h>
+#include <limits.h>
 #include <link.h>
+#include <unistd.h>
 
-#include <algorithm>
+#include <cstring>
 #include <mutex>
-#include <string>
 #include <string_view>
+#include <utility>
 
+#include "tesselkit/platform/allocator.h"
 #include "tesselkit/platform/module_chain.h"
 #include "tesselkit/platform/string_table.h"
 
@@ -26,52 +29,54 @@ class ResourceChain {
 
   static void AddState(AFX_MODULE_STATE* state) {
     const std::lock_guard lock(Mutex());
-    States().push_back(state);
+    state->m_next_state = first_state;
+    first_state = state;
   }
 
   static void RemoveState(AFX_MODULE_STATE* state) {
-    std::vector<CDynLinkLibrary*> entries;
+    CDynLinkLibrary* gone = nullptr;
     {
       const std::lock_guard lock(Mutex());
-      std::erase(States(), state);
-      entries.swap(state->m_chain);
-      for (CDynLinkLibrary* entry : entries) entry->m_state = nullptr;
+      AFX_MODULE_STATE** link = &first_state;
+      while (*link != state) link = &(*link)->m_next_state;
+      *link = state->m_next_state;
+      const auto all = [](const CDynLinkLibrary&) { return true; };
+      gone = TakeOut(*state, all, gone);
     }
-    for (CDynLinkLibrary* entry : entries) delete entry;
+    End(gone);
   }
 
   static void Join(CDynLinkLibrary* entry) {
     const std::lock_guard lock(Mutex());
-    entry->m_state->m_chain.push_back(entry);
+    entry->m_next = entry->m_state->m_first_library;
+    entry->m_state->m_first_library = entry;
   }
 
-  static void Leave(CDynLinkLibrary* entry) {
+  static void Leave(CDynLinkLibrary* leaving) {
     const std::lock_guard lock(Mutex());
-    if (entry->m_state != nullptr) std::erase(entry->m_state->m_chain, entry);
+    if (leaving->m_state == nullptr) return;
+    const auto is_leaving = [&](const CDynLinkLibrary& entry) { return &entry == leaving; };
+    TakeOut(*leaving->m_state, is_leaving, nullptr);
   }
 
-  // Ends the entries of `module`, or of every module when it is null, in all chains.
-  static void RemoveModule(HMODULE module) {
-    std::vector<CDynLinkLibrary*> gone;
+  // Ends the entries that `matches` accepts, in all chains.
+  template <class Matches>
+  static void Remove(Matches matches) {
+    CDynLinkLibrary* gone = nullptr;
     {
       const std::lock_guard lock(Mutex());
-      for (AFX_MODULE_STATE* state : States()) {
-        std::erase_if(state->m_chain, [&](CDynLinkLibrary* entry) {
-          if (module != nullptr && entry->m_hModule != module) return false;
-          entry->m_state = nullptr;
-          gone.push_back(entry);
-          return true;
-        });
+      for (AFX_MODULE_STATE* state = first_state; state != nullptr; state = state->m_next_state) {
+        gone = TakeOut(*state, matches, gone);
       }
     }
-    for (CDynLinkLibrary* entry : gone) delete entry;
+    End(gone);
   }
 
-  static std::string_view FindString(const AFX_MODULE_STATE& state, UINT id) {
+  static std::string_view FindString(const AFX_MODULE_STATE& state, UINT id) noexcept {
     for (const BOOL system : {FALSE, TRUE}) {
-      for (auto entry = state.m_chain.rbegin(); entry != state.m_chain.rend(); ++entry) {
-        if ((*entry)->m_bSystem != system || (*entry)->m_strings == nullptr) continue;
-        const std::string_view text = tesselkit::platform::FindString(*(*entry)->m_strings, id);
+      for (const auto* entry = state.m_first_library; entry != nullptr; entry = entry->m_next) {
+        if (entry->m_bSystem != system || entry->m_strings == nullptr) continue;
+        const std::string_view text = tesselkit::platform::FindString(*entry->m_strings, id);
         if (!text.empty()) return text;
       }
     }
@@ -79,10 +84,30 @@ class ResourceChain {
   }
 
  private:
-  static std::vector<AFX_MODULE_STATE*>& States() {
-    static auto& states = *new std::vector<AFX_MODULE_STATE*>;
-    return states;
+  // Moves entries from a chain to the front of the list `gone`. Returns that list.
+  template <class Matches>
+  static CDynLinkLibrary* TakeOut(AFX_MODULE_STATE& state, Matches matches,
+                                  CDynLinkLibrary* gone) noexcept {
+    for (CDynLinkLibrary** link = &state.m_first_library; *link != nullptr;) {
+      CDynLinkLibrary* entry = *link;
+      if (!matches(*entry)) {
+        link = &entry->m_next;
+        continue;
+      }
+      *link = entry->m_next;
+      entry->m_state = nullptr;
+      entry->m_next = gone;
+      gone = entry;
+    }
+    return gone;
   }
+
+  // Not under the lock: destructors of derived classes may look for strings.
+  static void End(CDynLinkLibrary* gone) {
+    while (gone != nullptr) delete std::exchange(gone, gone->m_next);
+  }
+
+  static constinit inline AFX_MODULE_STATE* first_state = nullptr;
 };
 
 namespace {
@@ -104,33 +129,65 @@ HINSTANCE HandleOf(void* link_map) {
   return static_cast<HINSTANCE>(link_map);
 }
 
-std::string_view FileName(std::string_view path) {
-  return path.substr(path.rfind('/') + 1);
+// The handle of what is loaded from `path`; null stands for the program.
+HINSTANCE HandleOfPath(const char* path) {
+  void* handle = dlopen(path, RTLD_LAZY | RTLD_NOLOAD);
+  if (handle != nullptr) dlclose(handle);
+  return HandleOf(handle);
 }
 
-// "libsales.so.2" without its "lib" and its ending.
-std::string_view BareName(std::string_view file_name) {
-  if (file_name.starts_with("lib")) file_name.remove_prefix(3);
-  const std::size_t ending = file_name.find(".so");
-  return file_name.substr(0, ending);
+// Both at load, not at first use: the first user may be a thread that another one waits for while
+// it holds the loader's lock.
+[[gnu::constructor]] void MakeProcessStateAtStart() {
+  ProcessState();
 }
 
-bool IsNamed(std::string_view path, std::string_view name) {
-  if (name.find('/') != std::string_view::npos) return path == name;
-  const std::string_view file = FileName(path);
-  return file == name || BareName(file) == BareName(name);
+Text ProgramPath() {
+  char path[PATH_MAX];
+  const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+  return Text(path, length > 0 ? static_cast<std::size_t>(length) : 0);
+}
+
+std::string_view WithoutPrefix(std::string_view file) {
+  if (file.starts_with("lib")) file.remove_prefix(3);
+  return file;
+}
+
+// Where the ".so" of a file name stands that is followed by a version or nothing.
+std::size_t EndingOf(std::string_view file) {
+  std::size_t at = file.rfind(".so");
+  while (at != std::string_view::npos && at + 3 < file.size() && file[at + 3] != '.') {
+    at = at > 0 ? file.rfind(".so", at - 1) : std::string_view::npos;
+  }
+  return at;
+}
+
+bool IsFile(std::string_view file, std::string_view name) {
+  return file == name;
+}
+
+bool IsFileButForEnds(std::string_view file, std::string_view name) {
+  file = WithoutPrefix(file);
+  name = WithoutPrefix(name);
+  if (file == name) return true;
+  const std::size_t ending = EndingOf(file);
+  if (ending == std::string_view::npos || !file.starts_with(name)) return false;
+  return name.size() == ending || (name.size() > ending + 2 && file[name.size()] == '.');
 }
 
 struct ModuleSearch {
   std::string_view name;
-  std::string path;
+  bool (*answers)(std::string_view file, std::string_view name);
+  Text program;
+  Text path;  // what was found; empty for the program
 };
 
 int CompareModule(dl_phdr_info* info, std::size_t, void* data) {
   auto& search = *static_cast<ModuleSearch*>(data);
-  if (info->dlpi_name == nullptr || *info->dlpi_name == '\0') return 0;
-  if (!IsNamed(info->dlpi_name, search.name)) return 0;
-  search.path = info->dlpi_name;
+  const bool is_program = *info->dlpi_name == '\0';
+  const std::string_view path = is_program ? std::string_view(search.program) : info->dlpi_name;
+  if (!search.answers(path.substr(path.rfind('/') + 1), search.name)) return 0;
+  if (!is_program) search.path = path;
   return 1;
 }
 
@@ -144,32 +201,30 @@ HINSTANCE tesselkit::platform::ModuleOfAddress(const void* address) {
 }
 
 HINSTANCE tesselkit::platform::ProgramModule() {
-  static const HINSTANCE program = [] {
-    void* handle = dlopen(nullptr, RTLD_LAZY);
-    if (handle != nullptr) dlclose(handle);
-    return HandleOf(handle);
-  }();
+  static const HINSTANCE program = HandleOfPath(nullptr);
   return program;
 }
 
 HMODULE GetModuleHandleA(const char* name) {
   if (name == nullptr) return ProgramModule();
-  ModuleSearch search{name, {}};
-  if (dl_iterate_phdr(CompareModule, &search) == 0) return nullptr;
-  void* handle = dlopen(search.path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
-  if (handle != nullptr) dlclose(handle);
-  return HandleOf(handle);
+  Text program = ProgramPath();
+  if (std::strchr(name, '/') != nullptr) {
+    return program == name ? ProgramModule() : HandleOfPath(name);
+  }
+  ModuleSearch search{name, IsFile, std::move(program), {}};
+  if (dl_iterate_phdr(CompareModule, &search) == 0) {
+    search.answers = IsFileButForEnds;
+    if (dl_iterate_phdr(CompareModule, &search) == 0) return nullptr;
+  }
+  return search.path.empty() ? ProgramModule() : HandleOfPath(search.path.c_str());
 }
 
 std::shared_mutex& tesselkit::platform::ChainMutex() {
   return ResourceChain::Mutex();
 }
 
-std::string_view tesselkit::platform::FindStringInChain(UINT id) {
-  const AFX_MODULE_STATE& state = *AfxGetModuleState();
-  const std::string_view text = FindStringOfModule(state.m_hCurrentResourceHandle, id);
-  if (!text.empty()) return text;
-  return ResourceChain::FindString(state, id);
+std::string_view tesselkit::platform::FindStringInChain(UINT id) noexcept {
+  return ResourceChain::FindString(*AfxGetModuleState(), id);
 }
 
 AFX_MODULE_STATE::AFX_MODULE_STATE() {
@@ -216,7 +271,8 @@ BOOL AfxInitExtensionModule(AFX_EXTENSION_MODULE& record, HMODULE module) {
 
 void AfxTermExtensionModule(AFX_EXTENSION_MODULE& record, BOOL all) {
   if (!record.bInitialized) return;
-  ResourceChain::RemoveModule(all ? nullptr : record.hModule);
+  ResourceChain::Remove(
+      [&](const CDynLinkLibrary& entry) { return all || entry.m_hModule == record.hModule; });
   record.bInitialized = FALSE;
   record.hModule = nullptr;
   record.hResource = nullptr;

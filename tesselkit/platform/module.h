@@ -8,7 +8,6 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "tesselkit/platform/command_target.h"
 #include "tesselkit/platform/export.h"
@@ -29,9 +28,10 @@ TESSELKIT_API HINSTANCE ProgramModule();
 
 }  // namespace tesselkit::platform
 
-// The loaded module of that name: its file name with or without directory, and without its "lib"
-// and its ending if so wished ("libsales.so.2", "libsales" and "sales" are one). A null name
-// gives the program. Null when no such module is loaded; nothing is ever loaded.
+// The loaded module of that name: its path, or its file name without directory, and that without
+// its "lib" and its ending or the end of it if so wished ("libsales.so.2", "libsales.so",
+// "libsales" and "sales" are one). A module with exactly that file name goes before others. A null
+// name gives the program. Null when no such module is loaded; nothing is ever loaded.
 TESSELKIT_API HMODULE GetModuleHandleA(const char* name);
 
 // What a library keeps of itself as an extension module.
@@ -58,7 +58,8 @@ class TESSELKIT_API AFX_MODULE_STATE {
   friend class CDynLinkLibrary;
   friend class ResourceChain;
 
-  std::vector<CDynLinkLibrary*> m_chain;  // the newest last
+  CDynLinkLibrary* m_first_library = nullptr;  // the chain, the newest first
+  AFX_MODULE_STATE* m_next_state = nullptr;
 };
 
 // The state of the calling thread: the last one it set, or else the process's, whose instance and
@@ -112,6 +113,7 @@ class TESSELKIT_API CDynLinkLibrary : public CCmdTarget {
  private:
   friend class ResourceChain;
 
-  AFX_MODULE_STATE* m_state;
+  AFX_MODULE_STATE* m_state;  // whose chain it is in, or null
+  CDynLinkLibrary* m_next = nullptr;
   std::shared_ptr<const tesselkit::platform::StringIndex> m_strings;
 };

@@ -9,11 +9,12 @@
 namespace tesselkit::platform {
 
 // Guards the chains of all module states. Held shared while a text found in a chain is read: a
-// module that leaves waits for it.
+// module that leaves waits for it, and holds the loader's lock meanwhile. So nothing that asks the
+// loader may be called under this one.
 std::shared_mutex& ChainMutex();
 
-// The string `id` as the calling thread's module state finds it, or an empty view. The caller
-// holds ChainMutex() shared.
-std::string_view FindStringInChain(UINT id);
+// The string `id` as the chain of the calling thread's module state has it, or an empty view. The
+// caller holds ChainMutex() shared.
+std::string_view FindStringInChain(UINT id) noexcept;
 
 }  // namespace tesselkit::platform

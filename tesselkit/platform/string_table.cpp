@@ -4,11 +4,14 @@
 #include <link.h>
 
 #include <algorithm>
-#include <cstring>
+#include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <utility>
 #include <vector>
 
+#include "tesselkit/platform/allocator.h"
 #include "tesselkit/platform/code_page.h"
 #include "tesselkit/platform/module.h"
 #include "tesselkit/platform/module_chain.h"
@@ -40,7 +43,7 @@ class StringIndex {
     std::string_view text;
   };
 
-  std::vector<Row> m_rows;
+  std::vector<Row, Allocator<Row>> m_rows;
 };
 
 namespace {
@@ -70,33 +73,73 @@ const StringTable* OwnTable(HINSTANCE module) {
   return is_own ? reinterpret_cast<const StringTable* (*)()>(symbol)() : nullptr;
 }
 
-std::shared_ptr<const StringIndex> MakeIndex(HINSTANCE module) {
+using IndexPointer = std::shared_ptr<const StringIndex>;
+
+IndexPointer MakeIndex(HINSTANCE module) {
   const StringTable* table = OwnTable(module);
-  return table != nullptr ? std::make_shared<const StringIndex>(*table) : nullptr;
+  if (table == nullptr) return nullptr;
+  return std::allocate_shared<StringIndex>(Allocator<StringIndex>(), *table);
 }
 
 struct KnownIndex {
-  unsigned long long unload_count;
-  std::shared_ptr<const StringIndex> index;
+  unsigned long long unload_count = 0;
+  IndexPointer index;
 };
+
+using KnownEntry = std::pair<const HINSTANCE, KnownIndex>;
 
 struct KnownIndexes {
   std::mutex mutex;
-  std::map<HINSTANCE, KnownIndex> of_module;
+  std::map<HINSTANCE, KnownIndex, std::less<>, Allocator<KnownEntry>> of_module;
+  std::atomic<bool> has_program = false;
+  IndexPointer of_program;
 };
+
+// Never destroyed: modules are looked at until the very end of the process. None of the functions
+// below asks the loader while it holds the mutex, since a module that is being loaded or unloaded
+// comes here with the loader's lock held.
+KnownIndexes& known = *new KnownIndexes;
+
+// The program is never unloaded, so its index is good for ever.
+const IndexPointer& IndexOfProgram() {
+  if (!known.has_program.load(std::memory_order_acquire)) {
+    IndexPointer made = MakeIndex(ProgramModule());
+    const std::lock_guard lock(known.mutex);
+    if (!known.has_program.load(std::memory_order_relaxed)) {
+      known.of_program = std::move(made);
+      known.has_program.store(true, std::memory_order_release);
+    }
+  }
+  return known.of_program;
+}
+
+bool FindKnown(HINSTANCE module, unsigned long long unload_count, IndexPointer& index) {
+  const std::lock_guard lock(known.mutex);
+  const auto found = known.of_module.find(module);
+  if (found == known.of_module.end() || found->second.unload_count != unload_count) return false;
+  index = found->second.index;
+  return true;
+}
+
+void Remember(HINSTANCE module, const KnownIndex& made) {
+  const std::lock_guard lock(known.mutex);
+  std::erase_if(known.of_module, [&](const KnownEntry& entry) {
+    return entry.second.unload_count != made.unload_count;
+  });
+  known.of_module.insert_or_assign(module, made);
+}
 
 }  // namespace
 
 std::shared_ptr<const StringIndex> IndexOfModule(HINSTANCE module) {
   if (module == nullptr) return nullptr;
-  static KnownIndexes& known = *new KnownIndexes;
-  const unsigned long long unload_count = UnloadCount();
-  const std::lock_guard lock(known.mutex);
-  auto [at, is_new] = known.of_module.try_emplace(module);
-  if (is_new || at->second.unload_count != unload_count) {
-    at->second = {unload_count, MakeIndex(module)};
+  if (module == ProgramModule()) return IndexOfProgram();
+  KnownIndex wanted{UnloadCount(), nullptr};
+  if (!FindKnown(module, wanted.unload_count, wanted.index)) {
+    wanted.index = MakeIndex(module);
+    Remember(module, wanted);
   }
-  return at->second.index;
+  return wanted.index;
 }
 
 std::string_view FindString(const StringIndex& index, UINT id) noexcept {
@@ -104,13 +147,11 @@ std::string_view FindString(const StringIndex& index, UINT id) noexcept {
 }
 
 std::string_view FindStringOfModule(HINSTANCE module, UINT id) {
-  // The program stays loaded, so its table needs no second look.
-  static const auto& of_program =
-      *new std::shared_ptr<const StringIndex>(IndexOfModule(ProgramModule()));
   if (module == ProgramModule()) {
-    return of_program != nullptr ? of_program->Find(id) : std::string_view();
+    const IndexPointer& index = IndexOfProgram();
+    return index != nullptr ? index->Find(id) : std::string_view();
   }
-  const auto index = IndexOfModule(module);
+  const IndexPointer index = IndexOfModule(module);
   return index != nullptr ? index->Find(id) : std::string_view();
 }
 
@@ -118,14 +159,9 @@ bool HasStringTable(HINSTANCE module) {
   return IndexOfModule(module) != nullptr;
 }
 
-StringResource::StringResource(UINT id) {
+StringResource::StringResource(UINT id) : m_text(FindStringOfModule(AfxGetResourceHandle(), id)) {
   ChainMutex().lock_shared();
-  try {
-    m_text = FindStringInChain(id);
-  } catch (...) {
-    ChainMutex().unlock_shared();
-    throw;
-  }
+  if (m_text.empty()) m_text = FindStringInChain(id);
 }
 
 StringResource::~StringResource() {
@@ -140,7 +176,7 @@ int LoadStringA(HINSTANCE module, UINT id, char* buffer, int size) {
   const std::string_view text =
       FindStringOfModule(module != nullptr ? module : ProgramModule(), id);
   const std::size_t length = WholeCharactersWithin(text, static_cast<std::size_t>(size) - 1);
-  std::memcpy(buffer, text.data(), length);
+  text.copy(buffer, length);
   buffer[length] = '\0';
   return static_cast<int>(length);
 }
