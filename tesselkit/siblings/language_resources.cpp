@@ -51,10 +51,14 @@ std::string_view MessageLocale() {
   return {};
 }
 
+bool IsPlainC(std::string_view locale) {
+  return locale == "C" || locale == "POSIX";
+}
+
 // The entries of the user's list of languages, the most wanted first.
 std::string_view LanguageList() {
   const std::string_view locale = MessageLocale();
-  if (locale == "C" || locale == "POSIX") return {};
+  if (IsPlainC(locale)) return {};
   const std::string_view list = Setting("LANGUAGE");
   return list.empty() ? locale : list;
 }
@@ -68,7 +72,7 @@ std::string_view LanguageAndTerritory(std::string_view entry) {
   return plain ? name : std::string_view();
 }
 
-// The names after "tesselkit_" to try, in order.
+// The names after "tesselkit_" to try, in order. An entry "C" wants the library's own texts.
 std::vector<std::string> WantedNames() {
   std::vector<std::string> names;
   std::string_view list = LanguageList();
@@ -76,9 +80,10 @@ std::vector<std::string> WantedNames() {
     const std::size_t end = list.find(':');
     const std::string_view name = LanguageAndTerritory(list.substr(0, end));
     list = end == std::string_view::npos ? std::string_view() : list.substr(end + 1);
-    if (name.empty()) continue;
-    names.emplace_back(name);
+    if (IsPlainC(name)) break;
     const std::size_t territory = name.find('_');
+    if (name.empty() || territory == 0) continue;
+    names.emplace_back(name);
     if (territory != std::string_view::npos) names.emplace_back(name.substr(0, territory));
   }
   return names;
@@ -110,7 +115,9 @@ LoadedModule FindModule(HINSTANCE library) {
 }  // namespace
 
 HINSTANCE TWResourceDLL::LoadResourceDLL(HINSTANCE library) {
-  static LoadedModule module;
-  module = FindModule(library);
-  return module.Handle();
+  static std::vector<LoadedModule> modules;
+  LoadedModule module = FindModule(library);
+  const HINSTANCE handle = module.Handle();
+  if (handle != nullptr) modules.push_back(std::move(module));
+  return handle;
 }
