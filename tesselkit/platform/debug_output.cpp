@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "tesselkit/platform/exceptions.h"
 
@@ -13,19 +14,15 @@ namespace {
 
 using Sink = std::function<void(const char*)>;
 
-// Never destroyed: traces come also from destructors that run at the very end of the process.
 struct SinkHolder {
   std::mutex mutex;
   std::shared_ptr<const Sink> sink;
 };
 
-SinkHolder& Holder() {
-  static SinkHolder& holder = *new SinkHolder;
-  return holder;
-}
+// Never destroyed: traces come also from destructors that run at the very end of the process.
+SinkHolder& holder = *new SinkHolder;
 
 std::shared_ptr<const Sink> CurrentSink() {
-  SinkHolder& holder = Holder();
   const std::lock_guard lock(holder.mutex);
   return holder.sink;
 }
@@ -58,8 +55,8 @@ void OutputDebugStringA(const char* text) noexcept {
 }
 
 void tesselkit::platform::SetDebugOutputSink(std::function<void(const char* text)> sink) {
-  auto shared = sink ? std::make_shared<const Sink>(std::move(sink)) : nullptr;
-  SinkHolder& holder = Holder();
+  std::shared_ptr<const Sink> shared;
+  if (sink) shared = std::allocate_shared<Sink>(Allocator<Sink>(), std::move(sink));
   const std::lock_guard lock(holder.mutex);
   holder.sink.swap(shared);
 }

@@ -98,7 +98,7 @@ const char* TextOfCause(const char* const (&texts)[N], int cause) {
 BOOL tesselkit::platform::CopyErrorText(std::string_view source, char* destination, UINT size) {
   if (destination == nullptr || size == 0) return FALSE;
   const std::size_t length = WholeCharactersWithin(source, size - 1);
-  std::memcpy(destination, source.data(), length);
+  source.copy(destination, length);
   destination[length] = '\0';
   return length > 0 ? TRUE : FALSE;
 }
@@ -114,7 +114,7 @@ BOOL CException::GetErrorMessage(char* text, UINT size, UINT* help_context) {
 }
 
 int CException::ReportError(UINT, UINT) {
-  char text[1024];
+  char text[1024] = "";
   GetErrorMessage(text, sizeof text - 1);
   std::strcat(text, "\n");
   OutputDebugStringA(text);
