@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "tesselkit/failure/adexcept.h"
+#include "tesselkit/platform/exceptions.h"
 #include "tesselkit/platform/module.h"
 #include "tesselkit/platform/string_table.h"
 #include "tesselkit/resources/message_ids.h"
@@ -19,6 +20,17 @@ constexpr char kSourceName[] = "adresource";
   PaMessage message(message_id::kStringNotLoaded);
   message.SetParam("resource_id", AdStr(id));
   AdThrowMsgExcept(message, failed_expr, kSourceName, line);
+}
+
+// Empty when it cannot be found, for want of memory also.
+CString FindCoreName() {
+  CString found;
+  try {
+    AdLookupStringResource(message_id::kCoreName, found);
+  } catch (CException* exception) {
+    exception->Delete();
+  }
+  return found;
 }
 
 }  // namespace
@@ -61,14 +73,13 @@ const CString& AdGetCoreName() {
   static std::atomic<bool> loaded = false;
   static std::mutex mutex;
   if (!loaded.load(std::memory_order_acquire)) {
+    // Looked up without the lock, since that may ask the loader. An unfound name must not be
+    // touched: other threads may hold the reference already.
+    CString found = FindCoreName();
     const std::lock_guard lock(mutex);
-    if (!loaded.load(std::memory_order_relaxed)) {
-      // An unfound name must not be touched: other threads may hold the reference already.
-      CString found;
-      if (AdLookupStringResource(message_id::kCoreName, found)) {
-        swap(core_name, found);
-        loaded.store(true, std::memory_order_release);
-      }
+    if (!found.IsEmpty() && !loaded.load(std::memory_order_relaxed)) {
+      swap(core_name, found);
+      loaded.store(true, std::memory_order_release);
     }
   }
   return core_name;

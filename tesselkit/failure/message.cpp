@@ -46,8 +46,8 @@ void PaMessage::Init() {
 }
 
 PaMessage& PaMessage::ID(int id) {
-  m_id = id;
   m_text.LoadString(static_cast<UINT>(id));
+  m_id = id;
   return *this;
 }
 
