@@ -52,7 +52,8 @@ TESSELKIT_API std::size_t CharacterAtOrAfter(std::string_view text, std::size_t 
 // A text and where it ends; a null `end` stands for "at its NUL".
 struct TextSpan {
   TextSpan(const char* text) noexcept : begin(text) {}
-  TextSpan(std::string_view text) noexcept : begin(text.data()), end(text.data() + text.size()) {}
+  TextSpan(std::string_view text) noexcept
+      : begin(text.data() != nullptr ? text.data() : ""), end(begin + text.size()) {}
 
   const char* begin;
   const char* end = nullptr;
