@@ -22,10 +22,7 @@ IMPLEMENT_DYNAMIC(CDynLinkLibrary, CCmdTarget)
 // at the very end of the process.
 class ResourceChain {
  public:
-  static std::shared_mutex& Mutex() {
-    static std::shared_mutex& mutex = *new std::shared_mutex;
-    return mutex;
-  }
+  static ChainLock& Mutex() { return mutex; }
 
   static void AddState(AFX_MODULE_STATE* state) {
     const std::lock_guard lock(Mutex());
@@ -107,6 +104,7 @@ class ResourceChain {
     while (gone != nullptr) delete std::exchange(gone, gone->m_next);
   }
 
+  static constinit inline ChainLock mutex;
   static constinit inline AFX_MODULE_STATE* first_state = nullptr;
 };
 
@@ -219,7 +217,7 @@ HMODULE GetModuleHandleA(const char* name) {
   return search.path.empty() ? ProgramModule() : HandleOfPath(search.path.c_str());
 }
 
-std::shared_mutex& tesselkit::platform::ChainMutex() {
+ChainLock& tesselkit::platform::ChainMutex() {
   return ResourceChain::Mutex();
 }
 

@@ -31,7 +31,7 @@ TESSELKIT_API bool HasStringTable(HINSTANCE module);
 
 // A string of the process's resources: of the current module state's resource module, or else of
 // the first module in its resource chain that has it. Holds the chain still while it lives, so
-// that the text stays; keep it short, and load or unload nothing meanwhile.
+// that the text stays; keep it short, and look up, load or unload nothing meanwhile.
 class TESSELKIT_API StringResource {
  public:
   explicit StringResource(UINT id);
