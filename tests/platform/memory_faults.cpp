@@ -1,0 +1,228 @@
+// What happens when memory runs out: each operation is run with its first request for memory
+// refused, then its second, and so on, until it passes. It must succeed, or end with
+// CMemoryException* and its object as it was.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "tesselkit/tesselkit.h"
+#include "tests/support/thrown.h"
+
+namespace {
+
+constinit thread_local int requests_left = 0;  // the one that makes it 0 is refused
+constinit thread_local bool was_refused = false;
+
+void* Request(std::size_t size) noexcept {
+  if (requests_left == 0 || --requests_left > 0) return std::malloc(size > 0 ? size : 1);
+  was_refused = true;
+  return nullptr;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return Request(size);
+}
+void* operator new(std::size_t size) {
+  void* memory = Request(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+  std::free(memory);
+}
+
+// The library's copies of names come through here as well.
+extern "C" char* strdup(const char* text) noexcept {
+  void* memory = Request(std::strlen(text) + 1);
+  return memory != nullptr ? std::strcpy(static_cast<char*>(memory), text) : nullptr;
+}
+
+namespace {
+
+constexpr char kLong[] = "a text that is too long to be kept inside its object";
+
+using Texts = std::vector<CString>;
+
+Texts Shown(const CString& text) {
+  return {text};
+}
+Texts Shown(const CStringArray& array) {
+  return Texts(array.GetData(), array.GetData() + array.GetSize());
+}
+Texts Shown(const CMapStringToString& map) {
+  Texts texts;
+  for (POSITION place = map.GetStartPosition(); place != nullptr;) {
+    CString key, value;
+    map.GetNextAssoc(place, key, value);
+    texts.insert(texts.end(), {key, value});
+  }
+  return texts;
+}
+Texts Shown(const PaMessage& message) {
+  return {message.GetFullMsg(), message.GetSource(), AdStr(message.GetID())};
+}
+
+// Whether `change` ended with the memory exception, its request `number` refused.
+template <class Change>
+bool EndsWithoutMemory(int number, Change change) {
+  was_refused = false;
+  requests_left = number;
+  bool has_thrown = false;
+  try {
+    change();
+  } catch (CMemoryException* exception) {
+    has_thrown = true;
+    exception->Delete();
+  } catch (PaMsgException* exception) {
+    exception->Delete();
+  }
+  requests_left = 0;
+  return has_thrown;
+}
+
+// Runs each change on fresh subjects that `fill` has prepared.
+template <class Subject, class Fill>
+void RefuseEach(Fill fill, std::initializer_list<void (*)(Subject&)> changes) {
+  int row = 0;
+  for (const auto change : changes) {
+    SCOPED_TRACE("change " + std::to_string(++row));
+    int number = 0;
+    do {
+      Subject subject;
+      fill(subject);
+      const Texts before = Shown(subject);
+      if (EndsWithoutMemory(++number, [&] { change(subject); })) {
+        EXPECT_EQ(Shown(subject), before) << "request " << number;
+      }
+    } while (was_refused && number < 200);
+    EXPECT_TRUE(number > 1 && number < 200) << number;
+  }
+}
+
+TEST(MemoryFaults, StringsStayAsTheyWere) {
+  RefuseEach<CString>([](CString& s) { s = kLong; },
+                      {
+                          [](CString& s) { s += kLong; },
+                          [](CString& s) { s = CString('x', 500); },
+                          [](CString& s) { s = s + s + "x" + 'y' + kLong; },
+                          [](CString& s) { s = s.Mid(3).Left(40).Right(35); },
+                          [](CString& s) { s = s.SpanExcluding("z") + s.SpanIncluding("a "); },
+                          [](CString& s) { s.Replace("a", kLong); },
+                          [](CString& s) { s.Remove('a'); },
+                          [](CString& s) { s.Insert(5, kLong); },
+                          [](CString& s) { s.MakeReverse(); },
+                          [](CString& s) { s.Format("%300d %s", 1, s.View().data()); },
+                          [](CString& s) { s.GetBuffer(1000); },
+                          [](CString& s) { s.LoadString(18050); },
+                      });
+}
+
+TEST(MemoryFaults, ArraysStayAsTheyWere) {
+  // What the array can hold without asking: with room, operations fail later on their way.
+  for (const int room : {1, 40}) {
+    const auto fill = [room](CStringArray& a) {
+      a.SetSize(0, room);
+      for (int i = 0; i < 4; ++i) a.Add(CString('a', 30 + i));
+    };
+    RefuseEach<CStringArray>(fill, {
+                                       [](CStringArray& a) { a.Add(kLong); },
+                                       [](CStringArray& a) { a.SetAtGrow(9, kLong); },
+                                       [](CStringArray& a) { a.SetSize(50, 3); },
+                                       [](CStringArray& a) { a.InsertAt(1, kLong, 3); },
+                                       [](CStringArray& a) { a.InsertAt(9, kLong, 3); },
+                                       [](CStringArray& a) { a.InsertAt(2, &a); },
+                                       [](CStringArray& a) { a.Append(a); },
+                                       [](CStringArray& a) {
+                                         CStringArray other;
+                                         other.InsertAt(0, kLong, 4);
+                                         a.Copy(other);
+                                       },
+                                   });
+  }
+}
+
+TEST(MemoryFaults, MapsStayAsTheyWere) {
+  using Map = CMapStringToString;
+  const auto fill = [](Map& m) {
+    while (m.GetCount() < 13) m[CString('k', 20 + m.GetCount())] = kLong;
+  };
+  RefuseEach<Map>(fill, {
+                            [](Map& m) { m.SetAt(kLong, kLong); },
+                            [](Map& m) { m.InitHashTable(1000); },
+                            // Enough new keys to need more bins, all or none of them.
+                            [](Map& m) {
+                              Map other;
+                              for (int i = 0; i < 20; ++i) other[CString('x', i)] = kLong;
+                              m[kLong];
+                            },
+                        });
+}
+
+TEST(MemoryFaults, MessagesStayAsTheyWere) {
+  const auto fill = [](PaMessage& m) {
+    m.SetID(18056).SetParam("reg", kLong).SetSource("module", kLong, 7);
+  };
+  RefuseEach<PaMessage>(fill, {
+                                  [](PaMessage& m) { m.SetID(18050); },
+                                  [](PaMessage& m) { m.SetMsg(CString('x', 400)); },
+                                  [](PaMessage& m) { m.SetParam("name", kLong); },
+                                  [](PaMessage& m) { m.SetParam("reg", CString('x', 400)); },
+                                  [](PaMessage& m) { m.SetSource("another module", kLong, 8); },
+                                  [](PaMessage& m) { PaMessage(m).GetFullMsg(); },
+                              });
+}
+
+TEST(MemoryFaults, FailuresBecomeTheMemoryException) {
+  tesselkit::platform::SetDebugOutputSink([](const char*) {});
+  static PaMessage operation(18048);
+  static AFX_EXTENSION_MODULE record = {};
+  AfxInitExtensionModule(record, GetModuleHandleA(nullptr));
+  struct Nothing : CString {};
+  RefuseEach<Nothing>(
+      [](Nothing&) {},
+      {
+          [](Nothing&) { AdGetStringResource(1); },
+          [](Nothing&) { AdGetStringResource("tesselkit", 18050); },
+          [](Nothing&) { AdThrowMsgExcept(operation, kLong, "file", 1); },
+          [](Nothing&) { AdThrowOperationShouldAffectOneRow(operation, 3, "file", 1); },
+          [](Nothing&) { AdThrowMisusedRelation("", "file", 1, "", "", 0); },
+          [](Nothing&) { AdThrowMisusedRelation("a", "file", 1, kLong, kLong, 1); },
+          [](Nothing&) { AdSendFixmeMsg("file", 1, kLong); },
+          [](Nothing&) { AdStrToLong("12a"); },
+          [](Nothing&) {
+            long value = 0;
+            CString problem;
+            for (const char* bad : {"", "12a", "2147483648", "-"}) AdStrToLong(bad, value, problem);
+          },
+          [](Nothing&) { tesselkit::platform::SetDebugOutputSink([](const char*) {}); },
+          [](Nothing&) { new CDynLinkLibrary(record); },
+      });
+  AfxTermExtensionModule(record);
+  tesselkit::platform::SetDebugOutputSink({});
+}
+
+TEST(MemoryFaults, TheHandlesOfAFixedUpStateStayCopied) {
+  AFX_MODULE_STATE host;
+  AFX_MODULE_STATE state;
+  AFX_MANAGE_STATE(&host);
+  TesselkitStateInit(&host);
+  host.m_hCurrentResourceHandle = GetModuleHandleA(nullptr);
+  host.m_lpszCurrentAppName = "sales";
+  EXPECT_TRUE(EndsWithoutMemory(1, [&] { TesselkitStateFixup(&state); }));
+  EXPECT_EQ(state.m_hCurrentResourceHandle, host.m_hCurrentResourceHandle);
+  EXPECT_EQ(state.m_lpszCurrentAppName, nullptr);
+  TesselkitStateInit(nullptr);
+}
+
+}  // namespace
