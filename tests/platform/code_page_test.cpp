@@ -85,7 +85,7 @@ TEST(CodePages, RandomTextsCompareAndSplitAsTheModelSays) {
   for (const int page : test::kCodePages) {
     const test::CodePage set(page);
     std::mt19937 random(static_cast<unsigned>(page));
-    for (int round = 0; round < 5000; ++round) {
+    for (int round = 0; round < 1500; ++round) {
       SCOPED_TRACE(std::to_string(page) + ", round " + std::to_string(round));
       const std::string front = test::RandomText(random, 6);
       // Sixteen letters in front: equal ones may be passed over several at a time.

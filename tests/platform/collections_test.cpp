@@ -93,7 +93,7 @@ TEST(Arrays, RandomOperationsGiveWhatAVectorGives) {
   std::mt19937 random(1);
   CStringArray array;
   ModelArray model;
-  for (int round = 0; round < 20000; ++round) {
+  for (int round = 0; round < 8000; ++round) {
     if (model.GetSize() > 60) array.RemoveAll(), model.RemoveAll();
     const int index = static_cast<int>(random() % (static_cast<unsigned>(model.GetSize()) + 4)) - 1;
     const int count = static_cast<int>(random() % 5) - 1;
@@ -124,7 +124,7 @@ TEST(Maps, RandomOperationsGiveWhatAListOfPairsGives) {
   std::mt19937 random(4);
   CMapStringToString map;
   std::vector<std::pair<CString, CString>> model;  // in the order in which keys came
-  for (int round = 0; round < 20000; ++round) {
+  for (int round = 0; round < 8000; ++round) {
     const CString key('k', static_cast<int>(random() % 40));
     const CString value('v', static_cast<int>(random() % 40));
     const auto found = std::find_if(model.begin(), model.end(),
