@@ -22,7 +22,7 @@ CString HostPath(const char* name) {
 }
 
 CString FullPath(const char* name) {
-  const CString path(name);
+  CString path(name);
   if (path.IsEmpty() || IsSeparator(path[0])) return path;
   char directory[PATH_MAX];
   if (getcwd(directory, sizeof directory) == nullptr) return path;
