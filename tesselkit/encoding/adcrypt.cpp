@@ -42,6 +42,10 @@ std::uint32_t SumOfWords(const std::uint32_t* table, const unsigned char* bytes,
   return a + b + c + d;
 }
 
+bool IsScrambled(const char* text, std::size_t length) {
+  return length > 0 && length % 2 == 0 && encoding::AreDigits(text, length);
+}
+
 }  // namespace
 
 unsigned long AdEncodeChars(const char* data, long length) {
@@ -64,9 +68,7 @@ CString AdEncryptPassword(const char* username, const char* password) {
 }
 
 int AdIsReversiblyEncryptedString(const char* text) {
-  if (AdIsEmpty(text)) return 0;
-  const std::size_t length = std::strlen(text);
-  return length % 2 == 0 && encoding::AreDigits(text, length) ? 1 : 0;
+  return text != nullptr && IsScrambled(text, std::strlen(text)) ? 1 : 0;
 }
 
 CString AdEncryptStringReversibly(const char* the_string) {
@@ -79,8 +81,9 @@ CString AdEncryptStringReversibly(const char* the_string) {
 
 CString AdDecryptString(const char* reversible_str) {
   AD_CHECK(AdIsNonEmpty(reversible_str));
-  AD_CHECK(AdIsReversiblyEncryptedString(reversible_str));
-  const std::size_t size = std::strlen(reversible_str) / 2;
+  const std::size_t digits = std::strlen(reversible_str);
+  if (!IsScrambled(reversible_str, digits)) AD_CHECK(AdIsReversiblyEncryptedString(reversible_str));
+  const std::size_t size = digits / 2;
   CString text;
   // As a rule the last byte is the only NUL.
   const bool has_end = encoding::UnscrambledAt(reversible_str, size - 1) == '\0';
