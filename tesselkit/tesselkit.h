@@ -14,6 +14,7 @@
 #include "tesselkit/objects/admapobjectlong.h"
 #include "tesselkit/objects/adobject.h"
 #include "tesselkit/objects/hash_functions.h"
+#include "tesselkit/objects/guards.h"
 #include "tesselkit/platform/collections.h"
 #include "tesselkit/platform/command_target.h"
 #include "tesselkit/platform/cstring.h"
