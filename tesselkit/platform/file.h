@@ -115,4 +115,5 @@ class TESSELKIT_API CFile : public CObject {
   int m_process = 0;  // the one that opened the file
 };
 
+#include "tesselkit/platform/mem_file.h"
 #include "tesselkit/platform/stdio_file.h"
