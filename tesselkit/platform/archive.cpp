@@ -157,7 +157,12 @@ void CArchive::Flush() {
 
 void CArchive::Close() {
   if (m_file == nullptr) return;
-  Flush();
+  try {
+    Flush();
+  } catch (...) {
+    Abort();
+    throw;
+  }
   Abort();
 }
 

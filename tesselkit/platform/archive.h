@@ -70,7 +70,7 @@ class TESSELKIT_API CArchive {
   // Storing: hands what is buffered to the file. Loading: sets the file back to the first byte that
   // was not asked for.
   void Flush();
-  // Flushes and lets go of the file. A closed archive stays closed.
+  // Flushes and lets go of the file, whatever it throws. A closed archive stays closed.
   void Close();
   // Lets go of the file at once; what is buffered is lost. Never throws.
   void Abort() noexcept;

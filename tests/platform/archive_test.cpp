@@ -350,13 +350,15 @@ TEST(Archive, AFullDiskIsReportedOnceAndNothingComesBehindTheGap) {
       CArchive archive(&file, CArchive::store, sizeof buffer, buffer);
       failure = FailureOf([&] {
         for (int i = 0; i < 75; ++i) archive << i;
-        archive.Close();
+        archive.Flush();
       });
       if (!failure.empty()) {
         for (const auto& again : std::initializer_list<std::function<void()>>{
                  [&] { archive << 1; }, [&] { archive.Flush(); }, [&] { archive.Close(); }}) {
           EXPECT_EQ(FailureOf(again), "archive genericException short.dat");
         }
+        EXPECT_EQ(archive.GetFile(), nullptr);
+        EXPECT_EQ(FailureOf([&] { archive.Close(); }), "");
       }
     }
     EXPECT_EQ(failure, limit < 300 ? "file diskFull short.dat" : "");
@@ -371,7 +373,7 @@ TEST(Archive, TheHostsFullDisk) {
   CFile file("/dev/full", CFile::modeWrite | CFile::shareDenyNone);
   CArchive archive(&file, CArchive::store);
   archive << 1;
-  EXPECT_EQ(FailureOf([&] { archive.Flush(); }), "file diskFull /dev/full");
+  EXPECT_EQ(FailureOf([&] { archive.Close(); }), "file diskFull /dev/full");
 }
 
 TEST(Archive, TheDestructorFlushesAndReports) {
