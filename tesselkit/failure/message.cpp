@@ -29,7 +29,12 @@ std::shared_ptr<const PaDeliveryHandler> CurrentHandler() {
 }  // namespace
 
 void PaSetDeliveryHandler(PaDeliveryHandler handler) {
-  auto shared = handler ? std::make_shared<const PaDeliveryHandler>(std::move(handler)) : nullptr;
+  using tesselkit::platform::Allocator;
+  std::shared_ptr<const PaDeliveryHandler> shared;
+  if (handler) {
+    shared =
+        std::allocate_shared<PaDeliveryHandler>(Allocator<PaDeliveryHandler>(), std::move(handler));
+  }
   HandlerHolder& holder = Holder();
   const std::lock_guard lock(holder.mutex);
   holder.handler.swap(shared);
