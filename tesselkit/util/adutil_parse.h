@@ -1,8 +1,7 @@
 // Strict decimal parsing of 32-bit integers, and the check of date-time text.
 //
 // Null counts as the empty text. A text must not lie in the `problem` that it is checked into.
-// Nothing is kept between calls, and the functions may be called
-// from any thread.
+// Nothing is kept between calls, and the functions may be called from any thread.
 #pragma once
 
 #include "tesselkit/platform/cstring.h"
