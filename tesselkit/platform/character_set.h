@@ -27,7 +27,23 @@ class CharacterSet {
     return m_has_long && FindText(m_characters, {c, length}) != std::string_view::npos;
   }
 
+  // The length of the longest front of `text` made only of characters of the set, and of the
+  // longest without any of them.
+  std::size_t FrontOf(std::string_view text) const noexcept { return FrontWhere(text, true); }
+  std::size_t FrontWithout(std::string_view text) const noexcept { return FrontWhere(text, false); }
+
  private:
+  std::size_t FrontWhere(std::string_view text, bool is_in_set) const noexcept {
+    const char* end = text.data() + text.size();
+    std::size_t at = 0;
+    while (at < text.size()) {
+      const std::size_t length = CharacterLength(text.data() + at, end);
+      if (Contains(text.data() + at, length) != is_in_set) break;
+      at += length;
+    }
+    return at;
+  }
+
   std::size_t LengthAt(std::size_t at) const noexcept {
     return CharacterLength(m_characters.data() + at, m_characters.data() + m_characters.size());
   }

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "tesselkit/platform/mbstring.h"
+#include "tesselkit/platform/text_scan.h"
 
 namespace tesselkit::platform {
 namespace {
@@ -183,6 +184,20 @@ std::size_t LengthOnPage(const CodePage& page, const char* c, const char* end) n
   return page.Is(c[1], kTrail) ? 2 : 1;
 }
 
+// A character's beginning at or before `at`, from which a walk reaches `at` soon.
+std::size_t BeginningBefore(const CodePage& page, std::string_view text, std::size_t at,
+                            std::size_t known) noexcept {
+  std::size_t begin = at;
+  if (page.kind == CodePageKind::kUtf8) {
+    // After three trail bytes in a row, a fourth one stands alone.
+    while (begin > known && at - begin < 3 && page.Is(text[begin], kTrail)) --begin;
+  } else {
+    // A byte that is no lead ends a character.
+    while (begin > known && page.Is(text[begin - 1], kLead)) --begin;
+  }
+  return begin;
+}
+
 std::uint32_t CodeOf(const char* c, std::size_t length) noexcept {
   std::uint32_t code = 0;
   for (std::size_t i = 0; i < length; ++i) code = code << 8 | static_cast<unsigned char>(c[i]);
@@ -325,6 +340,10 @@ bool IsLeadByte(unsigned char byte) noexcept {
   return Page().Is(static_cast<char>(byte), kLead);
 }
 
+bool StandsAlone(char byte) noexcept {
+  return !Page().Is(byte, kLead | kTrail);
+}
+
 std::size_t LongCharacterLength(const char* c) noexcept {
   return LengthOnPage(Page(), c, nullptr);
 }
@@ -333,23 +352,29 @@ std::size_t LongCharacterLength(const char* c, const char* end) noexcept {
   return LengthOnPage(Page(), c, end);
 }
 
+std::size_t CharacterStart(std::string_view text, std::size_t at, std::size_t known) noexcept {
+  const CodePage& page = Page();
+  if (at <= known || at >= text.size() || !page.Is(text[at], kTrail)) return at;
+  const char* end = text.data() + text.size();
+  for (std::size_t begin = BeginningBefore(page, text, at, known);;) {
+    const std::size_t next = begin + LengthOnPage(page, text.data() + begin, end);
+    if (next > at) return begin;
+    begin = next;
+  }
+}
+
 std::size_t FindLongText(std::string_view text, std::string_view wanted,
                          std::size_t from) noexcept {
   if (wanted.empty()) return from <= text.size() ? from : std::string_view::npos;
-  const CodePage& page = Page();
   std::size_t hit = text.find(wanted, from);
-  if (page.kind == CodePageKind::kSingleByte) return hit;
+  if (CurrentCodePageKind() == CodePageKind::kSingleByte) return hit;
 
-  // Walk on from the last known beginning of a character: a hit counts only where it begins and
-  // ends between characters.
-  const char* end = text.data() + text.size();
-  const auto next = [&](std::size_t at) { return at + LengthOnPage(page, text.data() + at, end); };
-  std::size_t at = from;
+  // A hit counts only where it begins and ends between characters.
+  std::size_t known = from;
   while (hit != std::string_view::npos) {
-    while (at < hit) at = next(at);
-    std::size_t stop = at;
-    while (stop < hit + wanted.size()) stop = next(stop);
-    if (at == hit && stop == hit + wanted.size()) return hit;
+    known = CharacterStart(text, hit, known);
+    const std::size_t end = hit + wanted.size();
+    if (known == hit && CharacterStart(text, end, hit) == end) return hit;
     hit = text.find(wanted, hit + 1);
   }
   return hit;
@@ -357,17 +382,16 @@ std::size_t FindLongText(std::string_view text, std::string_view wanted,
 
 std::size_t CharacterAtOrAfter(std::string_view text, std::size_t at) noexcept {
   if (at >= text.size()) return text.size();
-  const CodePage& page = Page();
-  std::size_t begin = at;
-  if (page.kind == CodePageKind::kDoubleByte) {
-    // Whatever stands before it, a byte that is no lead ends a character.
-    while (begin > 0 && page.Is(text[begin - 1], kLead)) --begin;
-  } else {
-    while (begin > 0 && at - begin < 3 && page.Is(text[begin], kTrail)) --begin;
-  }
-  const char* end = text.data() + text.size();
-  while (begin < at) begin += LengthOnPage(page, text.data() + begin, end);
-  return begin;
+  const std::size_t start = CharacterStart(text, at);
+  if (start == at) return at;
+  return start + CharacterLength(text.data() + start, text.data() + text.size());
+}
+
+std::size_t FindLastCharacter(std::string_view text, char wanted) noexcept {
+  std::size_t last = std::string_view::npos;
+  TextScan scan(text, {&wanted, 1});
+  for (std::size_t at; (at = scan.Next()) != std::string_view::npos;) last = at;
+  return last;
 }
 
 int CompareText(TextSpan a, TextSpan b) noexcept {

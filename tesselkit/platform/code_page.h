@@ -13,6 +13,11 @@ namespace tesselkit::platform {
 
 enum class CodePageKind : std::uint8_t { kSingleByte, kDoubleByte, kUtf8 };
 
+// A text whose length is not known yet; null is the empty one.
+inline std::string_view ViewOf(const char* text) noexcept {
+  return text != nullptr ? std::string_view(text) : std::string_view();
+}
+
 // Makes a page the process's. False for an unknown number, which changes nothing.
 TESSELKIT_API bool SetCodePage(int number) noexcept;
 TESSELKIT_API bool SetCodePageOfEnvironment() noexcept;
@@ -24,12 +29,22 @@ TESSELKIT_API CodePageKind CurrentCodePageKind() noexcept;
 // Whether a character of more than one byte may begin with `byte`.
 TESSELKIT_API bool IsLeadByte(unsigned char byte) noexcept;
 
+// Whether `byte` is a character of its own wherever it stands: it begins no longer character and
+// is part of none.
+TESSELKIT_API bool StandsAlone(char byte) noexcept;
+
 // Length in bytes of the character at `c`, which lies before `end`.
 TESSELKIT_API std::size_t LongCharacterLength(const char* c, const char* end) noexcept;
 
 inline std::size_t CharacterLength(const char* c, const char* end) noexcept {
   return static_cast<unsigned char>(*c) < 0x80 ? 1 : LongCharacterLength(c, end);
 }
+
+// Where the character begins that covers position `at` of `text`; the text's size for its end.
+// Looks back no further than to `known`, where a character is known to begin, and mostly not that
+// far.
+TESSELKIT_API std::size_t CharacterStart(std::string_view text, std::size_t at,
+                                         std::size_t known = 0) noexcept;
 
 // FindText for what is not one byte below 0x40.
 TESSELKIT_API std::size_t FindLongText(std::string_view text, std::string_view wanted,
@@ -48,6 +63,9 @@ inline std::size_t FindText(std::string_view text, std::string_view wanted,
 // The first position at or after `at` where a character of `text` begins; its end when there is
 // none.
 TESSELKIT_API std::size_t CharacterAtOrAfter(std::string_view text, std::size_t at) noexcept;
+
+// The last position where the one-byte character `wanted` stands.
+TESSELKIT_API std::size_t FindLastCharacter(std::string_view text, char wanted) noexcept;
 
 // A text and where it ends; a null `end` stands for "at its NUL".
 struct TextSpan {

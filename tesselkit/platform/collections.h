@@ -9,22 +9,15 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <functional>
 #include <iterator>
 #include <limits>
-#include <string_view>
-#include <type_traits>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "tesselkit/platform/allocator.h"
 #include "tesselkit/platform/cobject.h"
 #include "tesselkit/platform/cstring.h"
-
-// Throws CInvalidArgException*.
-[[noreturn]] TESSELKIT_API void AfxThrowInvalidArgException();
+#include "tesselkit/platform/map_of.h"
 
 namespace tesselkit::platform {
 
@@ -76,6 +69,7 @@ class ArrayOf : public CObject {
     return first;
   }
   void Copy(const ArrayOf& source) { Elements(source.m_elements).swap(m_elements); }
+  void Swap(ArrayOf& other) noexcept { m_elements.swap(other.m_elements); }
 
   // Inserts `count` copies, or the elements of another array, before `index`; an index past the
   // end makes the array longer first.
@@ -118,151 +112,6 @@ class ArrayOf : public CObject {
   }
 
   Elements m_elements;
-};
-
-// Lets a map with text keys be searched for a text that is no CString.
-struct TextHash {
-  using is_transparent = void;
-  std::size_t operator()(std::string_view text) const noexcept {
-    return std::hash<std::string_view>()(text);
-  }
-  std::size_t operator()(const CString& text) const noexcept { return (*this)(text.View()); }
-};
-
-struct TextEqual {
-  using is_transparent = void;
-  bool operator()(const CString& a, const CString& b) const noexcept { return a == b; }
-  bool operator()(const CString& a, std::string_view b) const noexcept { return a.View() == b; }
-  bool operator()(std::string_view a, const CString& b) const noexcept { return a == b.View(); }
-};
-
-struct TextKey {
-  using Key = CString;
-  using Argument = const char*;
-  using Hash = TextHash;
-  using Equal = TextEqual;
-  static std::string_view Wanted(const char* key) {
-    return key != nullptr ? std::string_view(key) : std::string_view();
-  }
-};
-
-struct PointerKey {
-  using Key = void*;
-  using Argument = void*;
-  using Hash = std::hash<void*>;
-  using Equal = std::equal_to<void*>;
-  static void* Wanted(void* key) { return key; }
-};
-
-// What the maps have in common. Entries are enumerated in the order in which their keys came.
-// References to values stay good until their key is removed.
-template <class KeyKind, class Value>
-class MapOf : public CObject {
- public:
-  using Key = typename KeyKind::Key;
-  using KeyArgument = typename KeyKind::Argument;
-
-  MapOf(const MapOf&) = delete;
-  MapOf& operator=(const MapOf&) = delete;
-
-  int GetCount() const noexcept { return static_cast<int>(m_entries.size()); }
-  int GetSize() const noexcept { return GetCount(); }
-  BOOL IsEmpty() const noexcept { return m_entries.empty() ? TRUE : FALSE; }
-
-  // Copies the value of `key` to `value`. FALSE, with `value` untouched, when the key is missing.
-  BOOL Lookup(KeyArgument key, Value& value) const {
-    const auto found = m_entries.find(KeyKind::Wanted(key));
-    if (found == m_entries.end()) return FALSE;
-    value = found->second.value;
-    return TRUE;
-  }
-
-  // Points `stored` to the map's own copy of a text key, good until it is removed. FALSE, with
-  // `stored` untouched, when the key is missing.
-  BOOL LookupKey(KeyArgument key, const char*& stored) const requires std::is_same_v<Key, CString> {
-    const auto found = m_entries.find(KeyKind::Wanted(key));
-    if (found == m_entries.end()) return FALSE;
-    stored = found->first;
-    return TRUE;
-  }
-
-  // The value of `key`, which is entered with an empty one when it is missing.
-  Value& operator[](KeyArgument key) {
-    const auto found = m_entries.find(KeyKind::Wanted(key));
-    return found != m_entries.end() ? found->second.value : Enter(key);
-  }
-
-  void SetAt(KeyArgument key, Value value) { (*this)[key] = std::move(value); }
-
-  // TRUE when the key was there.
-  BOOL RemoveKey(KeyArgument key) {
-    const auto found = m_entries.find(KeyKind::Wanted(key));
-    if (found == m_entries.end()) return FALSE;
-    Unlink(found->second);
-    m_entries.erase(found);
-    return TRUE;
-  }
-  void RemoveAll() noexcept {
-    m_entries.clear();
-    m_first = nullptr;
-    m_last = nullptr;
-  }
-
-  // Enumeration: the place of the first entry, null for an empty map; then each entry's key and
-  // value, while `place` goes on to the next one, null after the last. The entry that was just
-  // handed out may be removed meanwhile.
-  POSITION GetStartPosition() const noexcept { return PlaceOf(m_first); }
-  void GetNextAssoc(POSITION& place, Key& key, Value& value) const {
-    if (place == nullptr) AfxThrowInvalidArgException();
-    const Entry* entry = EntryAt(place);
-    key = *entry->key;
-    value = entry->value;
-    place = PlaceOf(entry->next);
-  }
-
-  // How many bins the keys are spread over; InitHashTable makes room for about `size` keys.
-  UINT GetHashTableSize() const noexcept { return static_cast<UINT>(m_entries.bucket_count()); }
-  void InitHashTable(UINT size, BOOL = TRUE) { m_entries.reserve(size); }
-
- protected:
-  MapOf() = default;
-
- private:
-  struct Entry {
-    Value value{};
-    const Key* key = nullptr;
-    Entry* previous = nullptr;
-    Entry* next = nullptr;
-  };
-
-  using Entries = std::unordered_map<Key, Entry, typename KeyKind::Hash, typename KeyKind::Equal,
-                                     Allocator<std::pair<const Key, Entry>>>;
-
-  static POSITION PlaceOf(const Entry* entry) noexcept {
-    return reinterpret_cast<POSITION>(const_cast<Entry*>(entry));
-  }
-  static const Entry* EntryAt(POSITION place) noexcept {
-    return reinterpret_cast<const Entry*>(place);
-  }
-
-  Value& Enter(KeyArgument key) {
-    const auto made = m_entries.try_emplace(Key(key)).first;
-    Entry& entry = made->second;
-    entry.key = &made->first;
-    entry.previous = m_last;
-    (m_last != nullptr ? m_last->next : m_first) = &entry;
-    m_last = &entry;
-    return entry.value;
-  }
-
-  void Unlink(const Entry& entry) noexcept {
-    (entry.previous != nullptr ? entry.previous->next : m_first) = entry.next;
-    (entry.next != nullptr ? entry.next->previous : m_last) = entry.previous;
-  }
-
-  Entries m_entries;
-  Entry* m_first = nullptr;
-  Entry* m_last = nullptr;
 };
 
 }  // namespace tesselkit::platform

@@ -11,12 +11,9 @@
 #include "tesselkit/platform/string_table.h"
 
 using tesselkit::platform::Text;
+using tesselkit::platform::ViewOf;
 
 namespace {
-
-std::string_view ViewOf(const char* text) {
-  return text != nullptr ? std::string_view(text) : std::string_view();
-}
 
 std::size_t CountOf(int number) {
   return number > 0 ? static_cast<std::size_t>(number) : 0;

@@ -1,10 +1,13 @@
 // Searching and changing a CString, by characters of the code page.
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "tesselkit/platform/character_set.h"
 #include "tesselkit/platform/code_page.h"
 #include "tesselkit/platform/cstring.h"
+#include "tesselkit/platform/text_scan.h"
+#include "tesselkit/platform/text_writer.h"
 
 using namespace tesselkit::platform;
 
@@ -12,35 +15,16 @@ namespace {
 
 constexpr char kBlanks[] = " \t\n\v\f\r";
 
-std::string_view ViewOf(const char* text) {
-  return text != nullptr ? std::string_view(text) : std::string_view();
-}
-
 int PositionOf(std::size_t found) {
   return found == std::string_view::npos ? -1 : static_cast<int>(found);
 }
 
-// The length of the longest front of `text` whose characters `accepts` accepts.
-template <class Accepts>
-std::size_t FrontLength(std::string_view text, Accepts accepts) {
-  const char* end = text.data() + text.size();
-  std::size_t at = 0;
-  while (at < text.size()) {
-    const std::size_t length = CharacterLength(text.data() + at, end);
-    if (!accepts(text.data() + at, length)) break;
-    at += length;
-  }
-  return at;
-}
-
 std::size_t FrontOf(std::string_view text, std::string_view characters) {
-  const CharacterSet set(characters);
-  return FrontLength(text, [&](const char* c, std::size_t n) { return set.Contains(c, n); });
+  return CharacterSet(characters).FrontOf(text);
 }
 
 std::size_t FrontWithout(std::string_view text, std::string_view characters) {
-  const CharacterSet set(characters);
-  return FrontLength(text, [&](const char* c, std::size_t n) { return !set.Contains(c, n); });
+  return CharacterSet(characters).FrontWithout(text);
 }
 
 // How long `text` is without the characters of `characters` at its end.
@@ -66,23 +50,54 @@ int FindIn(std::string_view text, std::string_view wanted, int start) {
   return PositionOf(FindText(text, wanted, CharacterAtOrAfter(text, Limit(start, text.size()))));
 }
 
-// Replaces every `wanted`, which is not empty, and returns how many there were.
-int ReplaceIn(Text& text, std::string_view wanted, std::string_view replacement) {
-  std::size_t found = FindText(text, wanted);
-  if (found == std::string_view::npos) return 0;
+bool IsInside(std::string_view part, std::string_view text) {
+  const std::less_equal<const char*> is_ordered;
+  return is_ordered(text.data(), part.data()) && is_ordered(part.data(), text.data() + text.size());
+}
 
+// Replaces within the text; `replacement` is no longer than `wanted`. Returns how often.
+int ReplaceInPlace(Text& text, std::string_view wanted, std::string_view replacement) {
+  TextScan scan(text, wanted);
   int count = 0;
+  char* out = text.data();
   std::size_t kept = 0;
-  Text result;
-  result.reserve(text.size());
-  for (; found != std::string_view::npos; found = FindText(text, wanted, kept)) {
-    result.append(text, kept, found - kept).append(replacement);
-    kept = found + wanted.size();
-    ++count;
+  const auto keep = [&](std::size_t end) {
+    if (out != text.data() + kept) std::memmove(out, text.data() + kept, end - kept);
+    out += end - kept;
+  };
+  for (std::size_t at; (at = scan.Next(kept)) != std::string_view::npos; ++count) {
+    keep(at);
+    out = std::copy(replacement.begin(), replacement.end(), out);
+    kept = at + wanted.size();
   }
-  result.append(text, kept);
-  text.swap(result);
+  keep(text.size());
+  text.resize(static_cast<std::size_t>(out - text.data()));
   return count;
+}
+
+// Replaces into a new text, which is counted out first.
+int ReplaceAnew(Text& text, std::string_view wanted, const CString& replacement) {
+  std::size_t count = 0;
+  TextScan counting(text, wanted);
+  for (std::size_t at, done = 0; (at = counting.Next(done)) != std::string_view::npos; ++count) {
+    done = at + wanted.size();
+  }
+  if (count == 0) return 0;
+
+  const std::size_t added = count * replacement.View().size();
+  Text result(text.size() - count * wanted.size() + added, '\0');
+  TextWriter writer(result.data(), result.size());
+  const std::string_view all(text);
+  std::size_t kept = 0;
+  TextScan scan(text, wanted);
+  for (std::size_t at; (at = scan.Next(kept)) != std::string_view::npos;) {
+    writer.Put(all.substr(kept, at - kept), all.data() + all.size());
+    writer.Put(replacement);
+    kept = at + wanted.size();
+  }
+  writer.Put(all.substr(kept), all.data() + all.size());
+  text.swap(result);
+  return static_cast<int>(count);
 }
 
 }  // namespace
@@ -104,12 +119,7 @@ int CString::Find(const char* text, int start) const noexcept {
 }
 
 int CString::ReverseFind(char c) const noexcept {
-  std::size_t last = std::string_view::npos;
-  for (std::size_t found = FindText(View(), {&c, 1}); found != std::string_view::npos;
-       found = FindText(View(), {&c, 1}, found + 1)) {
-    last = found;
-  }
-  return PositionOf(last);
+  return PositionOf(FindLastCharacter(View(), c));
 }
 
 int CString::FindOneOf(const char* characters) const noexcept {
@@ -127,12 +137,14 @@ void CString::MakeLower() noexcept {
 
 void CString::MakeReverse() {
   Text result(m_text.size(), '\0');
+  const char* const end = m_text.data() + m_text.size();
   char* place = result.data() + result.size();
-  FrontLength(View(), [&](const char* c, std::size_t length) {
+  for (const char* c = m_text.data(); c != end;) {
+    const std::size_t length = CharacterLength(c, end);
     place -= length;
     std::memcpy(place, c, length);
-    return true;
-  });
+    c += length;
+  }
   m_text.swap(result);
 }
 
@@ -173,11 +185,16 @@ int CString::Replace(char from, char to) {
 
 int CString::Replace(const char* from, const char* to) {
   const std::string_view wanted = ViewOf(from);
-  return wanted.empty() ? 0 : ReplaceIn(m_text, wanted, ViewOf(to));
+  if (wanted.empty()) return 0;
+  const bool fits = replacement.size() <= wanted.size();
+  if (fits && !IsInside(wanted, m_text) && !IsInside(replacement, m_text)) {
+    return ReplaceInPlace(m_text, wanted, replacement);
+  }
+  return ReplaceAnew(m_text, wanted, CString(replacement));
 }
 
 int CString::Remove(char c) {
-  return ReplaceIn(m_text, {&c, 1}, {});
+  return ReplaceInPlace(m_text, {&c, 1}, {});
 }
 
 int CString::Insert(int index, char c) {

@@ -1,0 +1,256 @@
+#include <gtest/gtest.h>
+
+#include "tesselkit/util/adutil_edit.h"
+#include "tesselkit/util/adutil_line_ends.h"
+#include "tesselkit/util/adutil_path.h"
+#include "tests/support/code_page.h"
+#include "tests/support/edit_model.h"
+#include "tests/support/failures.h"
+
+namespace {
+
+using test::Texts;
+
+std::string Text(const CString& text) {
+  return std::string(text.View());
+}
+
+Texts TextsOf(const CStringArray& array) {
+  Texts texts;
+  for (int i = 0; i < array.GetSize(); ++i) texts.push_back(Text(array[i]));
+  return texts;
+}
+
+void Fill(CStringArray& array, const Texts& texts) {
+  array.RemoveAll();
+  for (const std::string& text : texts) array.Add(CString(text));
+}
+
+// Calls `check(text, set, other)` with random texts under every page; some go over several blocks
+// of the vector search, some sets are larger than it takes at once.
+template <class Check>
+void WithRandomTexts(Check check) {
+  test::Random random(24);
+  for (const int number : test::kCodePages) {
+    const test::CodePage page(number);
+    for (int i = 0; i < 3000 && !testing::Test::HasFailure(); ++i) {
+      const std::string text = test::RandomPieces(random, i % 8 == 0 ? 200 : 12);
+      const std::string set = test::RandomPieces(random, i % 5 == 0 ? 9 : 2);
+      const std::string other = test::RandomPieces(random, 3);
+      SCOPED_TRACE(testing::Message()
+                   << "page " << number << testing::PrintToString(Texts{text, set, other}));
+      check(text, set, other);
+    }
+  }
+}
+
+TEST(Edit, TrimsAndTakesWordsAsTheModelDoes) {
+  WithRandomTexts([](const std::string& text, const std::string& set, const std::string&) {
+    EXPECT_EQ(Text(AdTrimLeading(text.c_str(), set.c_str())), test::TrimLeading(text, set));
+    EXPECT_EQ(Text(AdTrimLeadingWhitespace(text.c_str())), test::TrimLeading(text, " \t\r\n"));
+    CString rest(text);
+    std::string expected_rest = text;
+    for (int words = 0; words < 4; ++words) {
+      EXPECT_EQ(Text(AdRemoveWord(rest, set.c_str())), test::RemoveWord(expected_rest, set));
+      EXPECT_EQ(Text(rest), expected_rest);
+    }
+  });
+}
+
+TEST(Edit, SplitsAndJoinsAsTheModelDoes) {
+  CStringArray parts;
+  CString joined;
+  WithRandomTexts([&](const std::string& text, const std::string& set, const std::string& other) {
+    AdSplitString(text.c_str(), set.c_str(), parts);
+    EXPECT_EQ(TextsOf(parts), test::Split(text, set));
+    AdCStringArrayToCString(parts, joined, other.c_str());
+    EXPECT_EQ(Text(joined), test::Joined(TextsOf(parts), other));
+  });
+}
+
+TEST(Edit, ReplacesAsTheModelDoes) {
+  WithRandomTexts([](const std::string& text, const std::string& from, const std::string& to) {
+    CString changed(text);
+    AdReplaceString(changed, from.c_str(), to.c_str());
+    EXPECT_EQ(Text(changed), test::Replaced(text, from, to));
+  });
+}
+
+TEST(Edit, ConvertsLineEndsAndTakesPathsApartAsTheModelDoes) {
+  WithRandomTexts([](const std::string& text, const std::string&, const std::string&) {
+    EXPECT_EQ(Text(AdStringToNewlineFormat(text.c_str())), test::WithLineEnds(text, "\n"));
+    EXPECT_EQ(Text(AdStringToCRLFFormat(text.c_str())), test::WithLineEnds(text, "\r\n"));
+    EXPECT_EQ(Text(AdBasename(text.c_str())), test::FileOf(text));
+    EXPECT_EQ(Text(AdDirname(text.c_str())), test::DirectoryOf(text));
+    EXPECT_EQ(Text(AdDirname(text.c_str()) + AdBasename(text.c_str())), text);
+  });
+}
+
+// A line end at each place around the borders of the blocks that are searched at once.
+TEST(Edit, LineEndsAtBlockBorders) {
+  for (std::size_t at = 60; at < 132; ++at) {
+    for (const std::string line_end : {"\r\n", "\r", "\n", "\n\r", "\r\r\n"}) {
+      const std::string text = std::string(at, 'x') + line_end + "y";
+      EXPECT_EQ(Text(AdStringToNewlineFormat(text.c_str())), test::WithLineEnds(text, "\n")) << at;
+      EXPECT_EQ(Text(AdStringToCRLFFormat(text.c_str())), test::WithLineEnds(text, "\r\n")) << at;
+    }
+  }
+}
+
+struct SplitCase {
+  int line;
+  const char* text;
+  const char* separators;
+  Texts parts;
+};
+
+const SplitCase kSplitCases[] = {
+    // line     text            separators  parts
+    {__LINE__, nullptr, ",", {}},
+    {__LINE__, "", ",", {}},
+    {__LINE__, ",", ",", {"", ""}},
+    {__LINE__, "a,,b", ",", {"a", "", "b"}},
+    {__LINE__, ",a;", ",;", {"", "a", ""}},
+    {__LINE__, "a,b", nullptr, {"a,b"}},
+    {__LINE__, "a,b", "", {"a,b"}},
+    {__LINE__, "\x95\x5C\\\x95|", "\\|", {"\x95\x5C", "\x95|"}},  // a pair, "\", and a pair
+    {__LINE__, "a\x81\x43,b", "\x81\x43", {"a", ",b"}},           // the full-width comma
+};
+
+TEST(Edit, SplitCases) {
+  const test::CodePage page(932);
+  for (const SplitCase& each : kSplitCases) {
+    CStringArray parts;
+    Fill(parts, {"what", "was there"});
+    AdSplitString(each.text, each.separators, parts);
+    EXPECT_EQ(TextsOf(parts), each.parts) << "line " << each.line;
+  }
+}
+
+struct JoinCase {
+  int line;
+  Texts texts;
+  const char* separator;
+  const char* joined;
+};
+
+const JoinCase kJoinCases[] = {
+    // line     texts              separator  joined
+    {__LINE__, {}, ",", ""},
+    {__LINE__, {""}, ",", ""},
+    {__LINE__, {"", ""}, ",", ","},
+    {__LINE__, {"a", "b"}, nullptr, "a\nb"},
+    {__LINE__, {"a", "b"}, "", "a\nb"},
+    {__LINE__, {"a", "", "b"}, ", ", "a, , b"},
+};
+
+TEST(Edit, JoinCases) {
+  for (const JoinCase& each : kJoinCases) {
+    CStringArray array;
+    Fill(array, each.texts);
+    CString joined = "what was there";
+    AdCStringArrayToCString(array, joined, each.separator);
+    EXPECT_EQ(joined, each.joined) << "line " << each.line;
+  }
+}
+
+struct ReplaceCase {
+  int line;
+  const char* text;
+  const char* from;
+  const char* to;
+  const char* replaced;
+};
+
+const ReplaceCase kReplaceCases[] = {
+    // line     text      from     to       replaced
+    {__LINE__, "", "a", "b", ""},
+    {__LINE__, "abc", nullptr, "x", "abc"},
+    {__LINE__, "abc", "", "x", "abc"},
+    {__LINE__, "abca", "a", nullptr, "bc"},  // and no line feed
+    {__LINE__, "aba", "a", "aa", "aabaa"},
+    {__LINE__, "aaa", "aa", "b", "ba"},
+    {__LINE__, "abab", "ab", "ab", "abab"},
+    {__LINE__, "a\x95\x5C\\", "\\", "/", "a\x95\x5C/"},
+};
+
+TEST(Edit, ReplaceCases) {
+  const test::CodePage page(932);
+  for (const ReplaceCase& each : kReplaceCases) {
+    CString text = each.text;
+    AdReplaceString(text, each.from, each.to);
+    EXPECT_EQ(text, each.replaced) << "line " << each.line;
+  }
+}
+
+TEST(Edit, WordsAreTakenUntilNoneIsLeft) {
+  CString text = "\t one two";
+  EXPECT_EQ(AdRemoveWord(text, " \t"), "one");
+  EXPECT_EQ(text, " two");
+  EXPECT_EQ(AdRemoveWord(text, " \t"), "two");
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(AdRemoveWord(text, " \t"), "");
+  text = " all ";
+  EXPECT_EQ(AdRemoveWord(text, nullptr), " all ");
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(AdTrimLeading(nullptr, "a"), "");
+  EXPECT_EQ(AdTrimLeading(" a", nullptr), " a");
+  EXPECT_EQ(AdTrimLeadingWhitespace(" \v a \r\n"), "\v a \r\n");
+}
+
+TEST(Edit, LineEnds) {
+  const char* mixed = "a\r\nb\rc\nd\n\re";
+  EXPECT_EQ(AdStringToNewlineFormat(mixed), "a\nb\nc\nd\n\ne");
+  EXPECT_EQ(AdStringToCRLFFormat(mixed), "a\r\nb\r\nc\r\nd\r\n\r\ne");
+  EXPECT_EQ(AdStringToNewlineFormat(nullptr), "");
+  EXPECT_EQ(AdStringToCRLFFormat(nullptr), "");
+}
+
+struct PathCase {
+  int line;
+  const char* path;
+  const char* directory;
+  const char* file;
+};
+
+const PathCase kPathCases[] = {
+    // line     path             directory     file
+    {__LINE__, nullptr, "", ""},
+    {__LINE__, "", "", ""},
+    {__LINE__, "C:file", "", "C:file"},
+    {__LINE__, "a/b", "", "a/b"},
+    {__LINE__, "C:\\data\\", "C:\\data\\", ""},
+    {__LINE__, "C:\\data\\file", "C:\\data\\", "file"},
+    {__LINE__, "\\", "\\", ""},
+    {__LINE__, "d\\\x95\x5C", "d\\", "\x95\x5C"},
+    {__LINE__, "\x95\x95\x5C", "\x95\x95\x5C", ""},  // a pair, and a separator
+};
+
+TEST(Edit, PathCases) {
+  const test::CodePage page(932);
+  for (const PathCase& each : kPathCases) {
+    EXPECT_EQ(AdDirname(each.path), each.directory) << "line " << each.line;
+    EXPECT_EQ(AdBasename(each.path), each.file) << "line " << each.line;
+  }
+}
+
+// An argument may be part of what is changed.
+TEST(Edit, ArgumentsInsideTheResult) {
+  CStringArray parts;
+  Fill(parts, {"a text that has a block of its own", "short text"});
+  AdSplitString(parts[0], parts[1], parts);
+  EXPECT_EQ(TextsOf(parts), test::Split("a text that has a block of its own", "short text"));
+
+  Fill(parts, {"first", "second"});
+  AdCStringArrayToCString(parts, parts[1], parts[0]);
+  EXPECT_EQ(TextsOf(parts), (Texts{"first", "firstfirstsecond"}));
+
+  CString text = "abab";
+  AdReplaceString(text, static_cast<const char*>(text) + 3, text);
+  EXPECT_EQ(text, "aababaabab");
+  text = "ab cd";
+  EXPECT_EQ(AdRemoveWord(text, static_cast<const char*>(text) + 3), "ab ");
+  EXPECT_EQ(text, "cd");
+}
+
+}  // namespace
