@@ -185,6 +185,7 @@ int CString::Replace(char from, char to) {
 
 int CString::Replace(const char* from, const char* to) {
   const std::string_view wanted = ViewOf(from);
+  const std::string_view replacement = ViewOf(to);
   if (wanted.empty()) return 0;
   const bool fits = replacement.size() <= wanted.size();
   if (fits && !IsInside(wanted, m_text) && !IsInside(replacement, m_text)) {

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <limits.h>
 #include <link.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -17,6 +18,21 @@
 using namespace tesselkit::platform;
 
 IMPLEMENT_DYNAMIC(CDynLinkLibrary, CCmdTarget)
+
+static pthread_rwlock_t chain_lock = PTHREAD_RWLOCK_WRITER_NONRECURSIVE_INITIALIZER_NP;
+
+void ChainLock::lock() noexcept {
+  pthread_rwlock_wrlock(&chain_lock);
+}
+void ChainLock::lock_shared() noexcept {
+  pthread_rwlock_rdlock(&chain_lock);
+}
+void ChainLock::unlock() noexcept {
+  pthread_rwlock_unlock(&chain_lock);
+}
+void ChainLock::unlock_shared() noexcept {
+  pthread_rwlock_unlock(&chain_lock);
+}
 
 // The chains of all module states. None of this is ever destroyed: modules leave their chain also
 // at the very end of the process.
