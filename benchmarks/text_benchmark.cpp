@@ -102,7 +102,7 @@ void RegisterSplit() {
 #endif
 }
 
-std::vector<std::string> PlainParts(const std::string& text) {
+[[maybe_unused]] std::vector<std::string> PlainParts(const std::string& text) {
   std::vector<std::string> parts(1);
   for (char c : text) {
     if (c == ',') {

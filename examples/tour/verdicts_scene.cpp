@@ -47,8 +47,12 @@ void Judge(const CString& kind, const CString& text) {
   for (const Verdict& verdict : kVerdicts) {
     if (!AdIsEqual(kind, verdict.kind)) continue;
     const CString problem = verdict.problem_of(text);
-    Say("  %-6s %-36s %s\n", verdict.kind, static_cast<const char*>(text),
-        problem.IsEmpty() ? "fine" : "");
+    const char* judged = static_cast<const char*>(text);
+    if (problem.IsEmpty()) {
+      Say("  %-6s %-36s fine\n", verdict.kind, judged);
+    } else {
+      Say("  %-6s %s\n", verdict.kind, judged);
+    }
     SayIndented("|", std::string(problem));
   }
 }

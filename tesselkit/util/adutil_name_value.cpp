@@ -20,10 +20,9 @@ namespace {
 constexpr char kSeparator[] = ";";
 constexpr std::size_t kMaxNearText = 40;
 
-constexpr char kNotInNames = 0;
 constexpr char kBlank = 1;
 
-// What each byte is to the reader: for a name byte its upper case, else one of the above.
+// What each byte is to the reader: for a name byte its upper case, a blank, or 0 for all others.
 constexpr std::array<char, 256> kClasses = [] {
   std::array<char, 256> classes{};
   for (char blank : {' ', '\t', '\n', '\v', '\f', '\r'})
