@@ -18,7 +18,7 @@ class TextWriter {
   // `end` is where what can be read at the piece ends.
   void Put(std::string_view piece, const char* end) noexcept {
     if (m_end - m_at < kStep || end - piece.data() < kStep) {
-      std::memcpy(m_at, piece.data(), piece.size());
+      piece.copy(m_at, piece.size());
     } else {
       std::memcpy(m_at, piece.data(), kStep);
       if (piece.size() > kStep) {
