@@ -47,7 +47,7 @@ class StreamBlock {
   // Writing: adds as many bytes as there is room for and returns how many those are.
   std::size_t Put(std::string_view bytes) noexcept {
     const std::size_t count = bytes.size() < Room() ? bytes.size() : Room();
-    std::memcpy(m_bytes + m_end, bytes.data(), count);
+    bytes.copy(m_bytes + m_end, count);
     m_end += count;
     return count;
   }
