@@ -143,7 +143,8 @@ class BlockPool {
     std::size_t size;
   };
 
-  static_assert(sizeof(Object) >= sizeof(Free) && alignof(Object) >= alignof(Free));
+  static_assert(sizeof(Object) >= sizeof(Free));
+  static_assert(alignof(Object) >= alignof(Free));
   static_assert(alignof(Object) <= alignof(Block));
 
   static constexpr std::size_t kFirstSize = 1024;

@@ -25,12 +25,11 @@ constexpr char kBlank = 1;
 // What each byte is to the reader: for a name byte its upper case, a blank, or 0 for all others.
 constexpr std::array<char, 256> kClasses = [] {
   std::array<char, 256> classes{};
-  for (char blank : {' ', '\t', '\n', '\v', '\f', '\r'})
-    classes[static_cast<std::size_t>(blank)] = kBlank;
-  for (char c = '0'; c <= '9'; ++c) classes[static_cast<std::size_t>(c)] = c;
-  for (char c = 'A'; c <= 'Z'; ++c) {
-    classes[static_cast<std::size_t>(c)] = c;
-    classes[static_cast<std::size_t>(c - 'A' + 'a')] = c;
+  for (const unsigned char blank : {' ', '\t', '\n', '\v', '\f', '\r'}) classes[blank] = kBlank;
+  for (unsigned char c = '0'; c <= '9'; ++c) classes[c] = static_cast<char>(c);
+  for (unsigned char c = 'A'; c <= 'Z'; ++c) {
+    classes[c] = static_cast<char>(c);
+    classes[c | 0x20U] = static_cast<char>(c);
   }
   classes['_'] = '_';
   return classes;
