@@ -118,6 +118,10 @@ class TESSELKIT_API CString {
   void ReleaseBuffer(int length = -1);
   void FreeExtra();  // gives back memory that the text does not need
 
+  // The whole text in UTF-16; what cannot be read in the code page becomes U+FFFD. The caller ends
+  // it with SysFreeString.
+  BSTR AllocSysString() const;
+
   friend void swap(CString& a, CString& b) noexcept { a.m_text.swap(b.m_text); }
 
  private:

@@ -22,6 +22,11 @@ using LPVOID = void*;
 using LPCVOID = const void*;
 using HANDLE = void*;
 
+// UTF-16. A BSTR knows its length and is made and ended by the functions of automation.h.
+using OLECHAR = char16_t;
+using LPOLESTR = OLECHAR*;
+using BSTR = OLECHAR*;
+
 // A loaded module: the program, a shared library or a language module.
 struct HINSTANCE__;
 using HINSTANCE = HINSTANCE__*;
