@@ -1,0 +1,239 @@
+// The host's side of native exceptions: signal handlers, put in once for the process, and an
+// alternate stack for each thread that takes faults.
+#include <pthread.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <iterator>
+#include <mutex>
+
+#include "tesselkit/platform/debug_help.h"
+#include "tesselkit/platform/fault_codes.h"
+#include "tesselkit/platform/foreign_memory.h"
+#include "tesselkit/platform/host_context.h"
+#include "tesselkit/platform/module_symbols.h"
+#include "tesselkit/platform/native_thread.h"
+#include "tesselkit/platform/stack_room.h"
+
+using namespace tesselkit::platform;
+
+namespace {
+
+// The signals that become native exceptions.
+constexpr int kFaultSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
+
+constexpr std::size_t kAlternateStackSize = 256 * 1024;
+constexpr std::size_t kGuardSize = 4096;
+
+// What was done with each signal before.
+struct Earlier {
+  struct sigaction action;
+  std::atomic<bool> is_spent;  // a handler for one time has had it
+};
+
+constinit std::array<Earlier, std::size(kFaultSignals)> earlier{};
+
+Earlier& EarlierOf(int signal) {
+  std::size_t at = 0;
+  while (kFaultSignals[at] != signal) ++at;
+  return earlier[at];
+}
+
+bool IsFaultOf(const siginfo_t& info) {
+  return IsFault(info.si_signo, info.si_code);
+}
+
+void SetDefault(int signal) {
+  struct sigaction action = {};
+  action.sa_handler = SIG_DFL;
+  sigaction(signal, &action, nullptr);
+}
+
+// Lets the signal strike again as it was once the handler has returned.
+void SendAgain(int signal, siginfo_t* info) {
+  sigset_t only;
+  sigemptyset(&only);
+  sigaddset(&only, signal);
+  pthread_sigmask(SIG_BLOCK, &only, nullptr);
+  const auto thread = static_cast<pid_t>(syscall(SYS_gettid));
+  if (syscall(SYS_rt_tgsigqueueinfo, getpid(), thread, signal, info) != 0) raise(signal);
+}
+
+// By default: the process dies where it was interrupted. A faulting instruction does that by
+// itself when it runs again; a trap lies behind it, and what was sent does not come again.
+void DieByDefault(int signal, siginfo_t* info) {
+  SetDefault(signal);
+  if (!IsFaultOf(*info) || signal == SIGTRAP) SendAgain(signal, info);
+}
+
+void CallEarlier(const struct sigaction& action, int signal, siginfo_t* info, void* context) {
+  sigset_t mask = action.sa_mask;
+  if ((action.sa_flags & SA_NODEFER) == 0) sigaddset(&mask, signal);
+  pthread_sigmask(SIG_BLOCK, &mask, nullptr);
+  if ((action.sa_flags & SA_SIGINFO) != 0) {
+    action.sa_sigaction(signal, info, context);
+  } else {
+    action.sa_handler(signal);
+  }
+}
+
+// What would have happened without this layer.
+void PassOn(int signal, siginfo_t* info, void* context) {
+  Earlier& before = EarlierOf(signal);
+  const struct sigaction& action = before.action;
+  const bool is_plain = (action.sa_flags & SA_SIGINFO) == 0;
+  if (is_plain && action.sa_handler == SIG_IGN && !IsFaultOf(*info)) return;
+  if (is_plain && (action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN)) {
+    DieByDefault(signal, info);
+  } else if ((action.sa_flags & SA_RESETHAND) != 0 && before.is_spent.exchange(true)) {
+    DieByDefault(signal, info);
+  } else {
+    CallEarlier(action, signal, info, context);
+  }
+}
+
+// The bytes at `pc`, as far as they are there.
+std::size_t ReadInstruction(ULONG_PTR pc, unsigned char (&bytes)[16]) {
+  constexpr std::size_t kPage = 4096;
+  const std::size_t first = std::min(sizeof bytes, kPage - pc % kPage);
+  if (!ReadForeign(pc, bytes, first)) return 0;
+  const std::size_t rest = sizeof bytes - first;
+  return rest > 0 && ReadForeign(pc + first, bytes + first, rest) ? sizeof bytes : first;
+}
+
+CONTEXT ContextOf(void* host) {
+  const FrameRegisters at = ReadRegisters(host);
+  return {at.program_counter, at.stack_pointer, at.frame_pointer, host};
+}
+
+// Puts the thread where its unwinding is to begin. A jump that led nowhere has no frame of its own,
+// and a breakpoint lies behind it.
+void Adjust(void* host, const HostFault& fault, const EXCEPTION_RECORD& record) {
+  FrameRegisters at = ReadRegisters(host);
+  if (IsJumpToNowhere(fault, ContextOf(host))) {
+    const ULONG_PTR caller = CallerOf(host);
+    if (!FindModule(caller)) return;
+    at = RegistersOfCaller(host, caller);
+    at.program_counter -= 1;  // inside the call, whose handlers may not hold behind it
+  } else if (record.ExceptionCode == EXCEPTION_BREAKPOINT && fault.detail == SI_KERNEL) {
+    at.program_counter -= 1;
+  }
+  WriteRegisters(host, at);
+}
+
+// Returns whether the thread is to go on.
+bool OfferFault(const siginfo_t& info, void* host) {
+  const FrameRegisters at_fault = ReadRegisters(host);
+  const HostFault fault{info.si_signo, info.si_code, reinterpret_cast<ULONG_PTR>(info.si_addr),
+                        IsWriteFault(host)};
+  unsigned char instruction[16];
+  const bool must_look = fault.signal == SIGSEGV && HasNoAddress(fault);
+  const std::size_t size = must_look ? ReadInstruction(at_fault.program_counter, instruction) : 0;
+  EXCEPTION_RECORD record;
+  DescribeFault(fault, ContextOf(host), instruction, size, record);
+  Adjust(host, fault, record);
+  CONTEXT context = ContextOf(host);
+  const bool is_trap = record.ExceptionCode == EXCEPTION_BREAKPOINT;
+  record.ExceptionAddress =
+      reinterpret_cast<void*>(is_trap ? context.InstructionPointer : at_fault.program_counter);
+  EXCEPTION_POINTERS pointers{&record, &context};
+  TakeFloatingPointSettings(host);
+  const bool goes_on = OfferException(pointers);
+  WriteRegisters(host, at_fault);
+  return goes_on;
+}
+
+void OnSignal(int signal, siginfo_t* info, void* context) {
+  AllowUnalignedReads();
+  const int error = errno;
+  const NativeThread& thread = native_thread;
+  const bool is_taken =
+      (thread.translator != nullptr || thread.guard != nullptr) && IsFaultOf(*info);
+  if (!is_taken || !OfferFault(*info, context)) {
+    PassOn(signal, info, context);
+  }
+  errno = error;
+}
+
+void InstallHandlers() {
+  struct sigaction action = {};
+  action.sa_sigaction = OnSignal;
+  // Not deferred: what leaves the handler by throwing leaves the thread's mask as it was.
+  action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
+  for (const int signal : kFaultSignals) {
+    sigaction(signal, nullptr, &EarlierOf(signal).action);
+    sigaction(signal, &action, nullptr);
+  }
+}
+
+std::atomic<bool> is_installed = false;
+
+void PrepareProcess() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    LoadDebugHelp();  // not in a handler, where another thread may hold the loader's lock
+    InstallHandlers();
+    is_installed.store(true);
+  });
+}
+
+// Handlers that are still in place go before their code does.
+[[gnu::destructor]] void RemoveHandlers() {
+  if (!is_installed.load()) return;
+  for (const int signal : kFaultSignals) {
+    struct sigaction current = {};
+    sigaction(signal, nullptr, &current);
+    if ((current.sa_flags & SA_SIGINFO) != 0 && current.sa_sigaction == OnSignal) {
+      sigaction(signal, &EarlierOf(signal).action, nullptr);
+    }
+  }
+}
+
+// Gives the thread an alternate stack, and back the one it had when the thread ends.
+class AlternateStack {
+ public:
+  AlternateStack() {
+    void* const memory = mmap(nullptr, kGuardSize + kAlternateStackSize, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED) return;
+    mprotect(memory, kGuardSize, PROT_NONE);
+    stack_t stack = {};
+    stack.ss_sp = static_cast<char*>(memory) + kGuardSize;
+    stack.ss_size = kAlternateStackSize;
+    if (sigaltstack(&stack, &m_before) == 0) {
+      m_memory = memory;
+    } else {
+      munmap(memory, kGuardSize + kAlternateStackSize);
+    }
+  }
+
+  ~AlternateStack() {
+    native_thread = {};  // destructors that run later have no stack for their faults
+    if (m_memory == nullptr || sigaltstack(&m_before, nullptr) != 0) return;
+    munmap(m_memory, kGuardSize + kAlternateStackSize);
+  }
+
+  AlternateStack(const AlternateStack&) = delete;
+  AlternateStack& operator=(const AlternateStack&) = delete;
+
+ private:
+  void* m_memory = nullptr;
+  stack_t m_before = {};
+};
+
+}  // namespace
+
+void tesselkit::platform::PrepareThread() noexcept {
+  if (native_thread.is_ready) return;
+  PrepareProcess();
+  ThreadStack();  // asked for now, since a handler may not
+  static thread_local AlternateStack stack;
+  native_thread.is_ready = true;
+}

@@ -1,0 +1,119 @@
+#include "tests/support/faulting_code.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define TEST_UNCHECKED __attribute__((no_sanitize("address", "undefined")))
+#else
+#define TEST_UNCHECKED __attribute__((no_sanitize("undefined")))
+#endif
+
+namespace {
+
+volatile int zero = 0;
+volatile int kept = 0;
+volatile std::uintptr_t no_address = 0;
+int data_words[4] = {};
+
+TEST_UNCHECKED [[gnu::noinline]] void ExecuteData(std::uintptr_t address) {
+  reinterpret_cast<void (*)()>(address)();
+  kept = kept + 1;  // so that the call is no jump
+}
+
+}  // namespace
+
+namespace test {
+
+TEST_UNCHECKED void DivideByZero(int number) {
+  kept = (number + 7) / zero;
+}
+const int kDivisionLine = __LINE__ - 2;
+
+TEST_UNCHECKED void WriteToNull(int number) {
+  *reinterpret_cast<volatile int*>(no_address) = number;
+}
+
+TEST_UNCHECKED void ReadFromNull(int) {
+  kept = *reinterpret_cast<volatile int*>(no_address + 8);
+}
+
+TEST_UNCHECKED void JumpToNull(int) {
+  ExecuteData(no_address);
+}
+
+TEST_UNCHECKED void JumpToData(int) {
+  ExecuteData(reinterpret_cast<std::uintptr_t>(data_words));
+}
+
+TEST_UNCHECKED void ReadOffTheMap(int) {
+  kept = *reinterpret_cast<volatile int*>(no_address + 0x8000000000000000u);
+}
+
+void ExecuteIllegal(int) {
+#ifdef __x86_64__
+  asm volatile("ud2");
+#else
+  asm volatile("udf #0");
+#endif
+}
+
+void ExecutePrivileged(int) {
+#ifdef __x86_64__
+  asm volatile("hlt");
+#else
+  asm volatile("udf #0");
+#endif
+}
+
+void ExecuteBreakpoint(int) {
+#ifdef __x86_64__
+  asm volatile("int3");
+#else
+  asm volatile("brk #0");
+#endif
+}
+
+TEST_UNCHECKED void ReadPastFileEnd(int) {
+  std::FILE* const file = std::tmpfile();
+  void* const mapped = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(file), 0);
+  std::fclose(file);
+  kept = *static_cast<volatile int*>(mapped);
+}
+
+TEST_UNCHECKED void ReadUnaligned(int) {
+#ifdef __x86_64__
+  asm volatile(
+      "pushfq\n\t"
+      "orl $0x40000, (%%rsp)\n\t"
+      "popfq\n\t"
+      "movl 1(%0), %%eax"
+      :
+      : "r"(data_words)
+      : "eax", "cc", "memory");
+#else
+  ReadPastFileEnd(0);
+#endif
+}
+
+__attribute__((noinline, no_sanitize("address", "thread", "undefined"))) void OverflowStack(
+    int number) {
+  volatile char room[512];
+  room[number & 511] = 1;
+  if (zero == 0) OverflowStack(number + 1);
+  kept = room[number & 255];
+}
+
+__attribute__((noinline)) void CallFromDepth(int depth, void (*function)(void*), void* context) {
+  if (depth > 0) {
+    CallFromDepth(depth - 1, function, context);
+  } else {
+    function(context);
+  }
+  kept = depth;
+}
+
+}  // namespace test
