@@ -35,7 +35,7 @@ StackReader::StackReader(std::uintptr_t low) noexcept {
 
 bool StackReader::IsOnStack(std::uintptr_t address) noexcept {
   std::uintptr_t words[2];
-  const bool is_overflow = address < m_low && m_low - address <= kOverflow;
+  const bool is_overflow = m_high > 0 && address < m_low && m_low - address <= kOverflow;
   return is_overflow || ReadWords(address, words, 2);
 }
 

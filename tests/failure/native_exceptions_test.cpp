@@ -1,5 +1,6 @@
 #include "tesselkit/failure/native_exceptions.h"
 
+#include <algorithm>
 #include <barrier>
 #include <regex>
 #include <thread>
@@ -136,7 +137,7 @@ TEST_F(NativeExceptions, EveryFaultBecomesADispatchExceptionWithItsReport) {
       EXPECT_EQ(lines[0], std::string("Exception code: ") + row.code);
       ExpectForm(lines, 1, 2, "Fault address:  [0-9A-F]{8,} [0-9A-F]{2}:[0-9A-F]{8,} .*");
       EXPECT_EQ(lines[2] + "\n", kFrameHead);
-      ExpectForm(lines, 3, lines.size() - 1, kSymbolLine);
+      ExpectForm(lines, 3, std::min<std::size_t>(lines.size() - 1, 200), kSymbolLine);
       EXPECT_EQ(lines.back(), "");
       EXPECT_NE(lines[3].find(row.function), std::string::npos) << lines[3];
       EXPECT_EQ(KnownFrames(report, {"CallAndCleanUp"}).size(), 4u);

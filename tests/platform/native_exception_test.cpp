@@ -1,0 +1,255 @@
+// What a process sees of its signals: each case in a child that is watched from outside.
+#include "tesselkit/platform/native_exception.h"
+
+#include <gtest/gtest.h>
+#include <sys/ptrace.h>
+#include <sys/user.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+
+#include "tests/support/faulting_code.h"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define TEST_SANITIZED true
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define TEST_SANITIZED true
+#endif
+#endif
+#ifndef TEST_SANITIZED
+#define TEST_SANITIZED false
+#endif
+
+namespace {
+
+void Ignore(unsigned int, EXCEPTION_POINTERS*) {}
+
+void Throw(unsigned int code, EXCEPTION_POINTERS*) {
+  throw static_cast<int>(code & 0xFF);
+}
+
+// How the thread that is struck stands to native exceptions.
+enum Standing {
+  kNothingSet,    // nobody in the process has a translator
+  kSetElsewhere,  // another thread has one
+  kReturns,       // its own translator takes nothing
+  kSetBySender,   // its own takes everything, but what is sent is none
+};
+
+void Stand(Standing standing) {
+  if (standing == kSetElsewhere) std::thread([] { _set_se_translator(Throw); }).join();
+  if (standing == kReturns) _set_se_translator(Ignore);
+  if (standing == kSetBySender) _set_se_translator(Throw);
+}
+
+// What came of a child: the signal that ended it, or minus its exit code, and whether it stood at
+// the same instruction when it was struck first and last.
+struct End {
+  int signal = 0;
+  bool is_in_place = true;
+  int strikes = 0;
+};
+
+#ifdef __x86_64__
+unsigned long long PlaceOf(pid_t process) {
+  user_regs_struct registers = {};
+  ptrace(PTRACE_GETREGS, process, nullptr, &registers);
+  return registers.rip;
+}
+#else
+unsigned long long PlaceOf(pid_t) {
+  return 0;
+}
+#endif
+
+End Watch(pid_t process) {
+  End end;
+  unsigned long long place = 0;
+  int status = 0;
+  while (waitpid(process, &status, 0) == process && WIFSTOPPED(status)) {
+    const int signal = WSTOPSIG(status);
+    if (signal != SIGSTOP && signal != SIGCHLD) {
+      const unsigned long long now = PlaceOf(process);
+      end.is_in_place = end.strikes == 0 || now == place;
+      place = now;
+      ++end.strikes;
+    }
+    ptrace(PTRACE_CONT, process, nullptr, signal == SIGSTOP ? 0 : signal);
+  }
+  end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : -WEXITSTATUS(status);
+  return end;
+}
+
+template <class Body>
+End EndOf(Body body) {
+  const pid_t process = fork();
+  if (process == 0) {
+    ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    raise(SIGSTOP);
+    body();
+    _exit(0);
+  }
+  return Watch(process);
+}
+
+struct StrikeRow {
+  int line;
+  int signal;
+  test::Faulting strike;
+};
+
+void RaiseSignal(int signal) {
+  raise(signal);
+}
+
+void SendFromOutside(int signal) {
+  const pid_t target = getpid();
+  const pid_t sender = fork();
+  if (sender == 0) {
+    kill(target, signal);
+    _exit(0);
+  }
+  waitpid(sender, nullptr, 0);
+  for (int i = 0; i < 1000; ++i) usleep(1000);
+}
+
+const StrikeRow kFaultRows[] = {
+    {__LINE__, SIGFPE, test::DivideByZero},       {__LINE__, SIGSEGV, test::WriteToNull},
+    {__LINE__, SIGSEGV, test::JumpToNull},        {__LINE__, SIGILL, test::ExecuteIllegal},
+    {__LINE__, SIGTRAP, test::ExecuteBreakpoint}, {__LINE__, SIGBUS, test::ReadPastFileEnd},
+};
+
+class Signals : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (TEST_SANITIZED) GTEST_SKIP() << "the sanitizers take these signals themselves";
+  }
+};
+
+TEST_F(Signals, AFaultThatNobodyTakesEndsTheProcessWhereItStruck) {
+  for (const StrikeRow& row : kFaultRows) {
+    for (const Standing standing : {kNothingSet, kSetElsewhere, kReturns}) {
+      SCOPED_TRACE(std::to_string(row.line) + " " + std::to_string(standing));
+      const End end = EndOf([&] {
+        Stand(standing);
+        row.strike(1);
+      });
+      EXPECT_EQ(end.signal, row.signal);
+      EXPECT_TRUE(end.is_in_place);
+      EXPECT_EQ(end.strikes, standing == kNothingSet ? 1 : 2);  // once for the handler
+    }
+  }
+}
+
+TEST_F(Signals, WhatIsSentEndsTheProcessAsItAlwaysDid) {
+  for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP}) {
+    for (const test::Faulting send : {RaiseSignal, SendFromOutside}) {
+      for (const Standing standing : {kNothingSet, kSetElsewhere, kSetBySender}) {
+        SCOPED_TRACE(std::to_string(signal) + " " + std::to_string(standing));
+        const End end = EndOf([&] {
+          Stand(standing);
+          send(signal);
+        });
+        EXPECT_EQ(end.signal, signal);
+        if (send == RaiseSignal) {
+          EXPECT_TRUE(end.is_in_place);
+        }
+      }
+    }
+  }
+}
+
+volatile std::sig_atomic_t calls = 0;
+
+TEST_F(Signals, AnEarlierHandlerRunsAsItWasSet) {
+  // Its exit code says which step failed.
+  const auto steps = [] {
+    struct sigaction action = {};
+    action.sa_flags = SA_SIGINFO;
+    sigaddset(&action.sa_mask, SIGUSR1);
+    action.sa_sigaction = [](int signal, siginfo_t* info, void*) {
+      sigset_t mask;
+      sigprocmask(SIG_BLOCK, nullptr, &mask);
+      if (!sigismember(&mask, SIGUSR1) || !sigismember(&mask, signal)) _exit(2);
+      if (info->si_code > 0) _exit(info->si_addr == nullptr ? 100 : 3);
+      calls = calls + 1;
+    };
+    sigaction(SIGSEGV, &action, nullptr);
+    std::signal(SIGBUS, SIG_IGN);
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    action.sa_handler = [](int) { calls = calls + 1; };
+    sigaction(SIGFPE, &action, nullptr);
+    _set_se_translator(Throw);
+    raise(SIGBUS);  // ignored
+    raise(SIGSEGV);
+    if (calls != 1) _exit(4);
+    sigset_t mask;
+    sigprocmask(SIG_BLOCK, nullptr, &mask);
+    if (sigismember(&mask, SIGUSR1) || sigismember(&mask, SIGSEGV)) _exit(5);
+    raise(SIGFPE);
+    if (calls != 2) _exit(6);
+    if (fork() == 0) {
+      raise(SIGFPE);  // the second time by default
+      _exit(0);
+    }
+    int status = 0;
+    wait(&status);
+    if (!WIFSIGNALED(status) || WTERMSIG(status) != SIGFPE) _exit(7);
+    std::thread([] { test::WriteToNull(1); }).join();  // has no translator
+    _exit(8);
+  };
+  EXPECT_EQ(EndOf(steps).signal, -100);
+}
+
+TEST_F(Signals, AnExceptionRaisedForNobodyAborts) {
+  EXPECT_EQ(EndOf([] { RaiseException(7, 0, 0, nullptr); }).signal, SIGABRT);
+}
+
+TEST_F(Signals, AThreadsAlternateStackGoesWithIt) {
+  char own[32768];
+  stack_t mine = {own, 0, sizeof own};
+  std::thread([&] {
+    ASSERT_EQ(sigaltstack(&mine, nullptr), 0);
+    struct Last {
+      ~Last() {
+        stack_t at_end = {};
+        sigaltstack(nullptr, &at_end);
+        EXPECT_EQ(at_end.ss_sp, own);  // given back
+      }
+      char* own;
+    };
+    thread_local Last last{own};
+    EXPECT_EQ(last.own, own);
+    _set_se_translator(Throw);
+    stack_t now = {};
+    sigaltstack(nullptr, &now);
+    EXPECT_NE(now.ss_sp, own);
+    EXPECT_THROW(test::OverflowStack(1), int);
+  }).join();
+}
+
+TEST_F(Signals, ThrowingLeavesMaskAndFloatingPointSettings) {
+  _set_se_translator(Throw);
+  sigset_t before, after;
+  sigprocmask(SIG_BLOCK, nullptr, &before);
+#ifdef __x86_64__
+  const unsigned set = __builtin_ia32_stmxcsr() | 0x6000;  // rounding toward zero
+  __builtin_ia32_ldmxcsr(set);
+#endif
+  EXPECT_THROW(test::DivideByZero(1), int);
+#ifdef __x86_64__
+  EXPECT_EQ(__builtin_ia32_stmxcsr() & 0xFFC0, set & 0xFFC0);
+  __builtin_ia32_ldmxcsr(set & ~0x6000u);
+#endif
+  sigprocmask(SIG_BLOCK, nullptr, &after);
+  for (int signal = 1; signal < 32; ++signal) {
+    EXPECT_EQ(sigismember(&before, signal), sigismember(&after, signal)) << signal;
+  }
+  _set_se_translator(nullptr);
+}
+
+}  // namespace
