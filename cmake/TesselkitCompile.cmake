@@ -37,6 +37,9 @@ if(TESSELKIT_BUILD_FUZZERS)
   target_compile_options(tesselkit_compile INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
+# What code is compiled with that may fault where an AdExceptionConverter is to catch it.
+set(TESSELKIT_NATIVE_EXCEPTION_OPTIONS -fnon-call-exceptions -fasynchronous-unwind-tables)
+
 # tesselkit_library(<target> NAME <export name> SOURCES ... [LINK ...])
 # A shared library with hidden visibility, versioned, exported as Tesselkit::<export name>. An
 # installed one finds the others beside itself.

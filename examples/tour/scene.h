@@ -25,6 +25,7 @@ struct Places {
 
 void VerdictsScene(const Places& places);
 void FailuresScene(const Places& places);
+void FaultsScene(const Places& places);
 void LanguageScene(const Places& places);
 void TextScene(const Places& places);
 void ObjectsScene(const Places& places);

@@ -46,9 +46,13 @@ struct Scene {
 };
 
 constexpr Scene kScenes[] = {
-    {"Verdicts on text", VerdictsScene}, {"Failures", FailuresScene},
-    {"Another language", LanguageScene}, {"Lines, files and orders", TextScene},
-    {"Objects", ObjectsScene},           {"Encodings", EncodingsScene},
+    {"Verdicts on text", VerdictsScene},
+    {"Failures", FailuresScene},
+    {"Another language", LanguageScene},
+    {"Lines, files and orders", TextScene},
+    {"Objects", ObjectsScene},
+    {"Encodings", EncodingsScene},
+    {"Faults", FaultsScene},
 };
 
 // A directory of the tour's own, gone when the tour ends.

@@ -1,4 +1,4 @@
-// Uses both libraries, and lets an exception travel from one into this program.
+// Uses both libraries, lets an exception travel from one into this program, and catches a fault.
 #include <tesselkit/tesselkit.h>
 
 #include <cstdio>
@@ -22,6 +22,23 @@ CString RefusalOf(const char* text) {
   return "";
 }
 
+int Divide(int dividend, int divisor) {
+  return dividend / divisor;
+}
+int (*volatile divide)(int, int) = Divide;
+
+// A fault of the processor, as an automation caller gets it.
+CString FaultOf(int divisor) {
+  const AdExceptionConverter converter;
+  try {
+    return AdStr(divide(1, divisor));
+  } catch (COleDispatchException* exception) {
+    const CString text = exception->m_strDescription;
+    exception->Delete();
+    return text;
+  }
+}
+
 int Check(const CString& actual, const char* expected) {
   if (actual == expected) return 0;
   std::printf("expected: %s\n  actual: %s\n", expected, static_cast<const char*>(actual));
@@ -42,6 +59,10 @@ int main() {
   faults += Check(AdStr(AdStrToLong("-12")), "-12");
   faults += Check(Visitor().GetName(), "visitor");
   faults += Check(Visitor().GetRuntimeClass()->m_lpszClassName, "AdObject");
+  const char* const fault =
+      "A Windows native exception occurred.  Exception ID and stack trace:\n"
+      "Exception code: C0000094 INT_DIVIDE_BY_ZERO\n";
+  faults += Check(FaultOf(0).Left(CString(fault).GetLength()), fault);
   tesselkit::platform::SetDebugOutputSink({});
   return faults;
 }
