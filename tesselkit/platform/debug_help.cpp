@@ -6,9 +6,10 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <mutex>
+#include <string_view>
 
-#include "tesselkit/platform/cstring.h"
+#include "tesselkit/platform/exceptions.h"
 #include "tesselkit/platform/foreign_memory.h"
 #include "tesselkit/platform/host_context.h"
 #include "tesselkit/platform/module_symbols.h"
@@ -50,13 +51,32 @@ struct UnwindEntries {
   int (*is_signal_frame)(void* cursor);
 };
 
-// The file wanted, and what has been found in it. Neither is ever freed: walks may be using it.
+// A file by whose name a library was wanted, and what has been found in it.
 struct Library {
+  explicit Library(std::string_view name) : file(name) {}
+
   Text file;
   std::atomic<const UnwindEntries*> entries{nullptr};
+  Library* next = nullptr;
 };
 
+// Every one that was ever wanted: walks may be using it.
+constinit std::mutex libraries_mutex;
+constinit Library* libraries = nullptr;
+
 constinit std::atomic<Library*> wanted{nullptr};
+
+Library* FindOrMakeLibrary(std::string_view file) {
+  const std::lock_guard lock(libraries_mutex);
+  Library* found = libraries;
+  while (found != nullptr && found->file != file) found = found->next;
+  if (found == nullptr) {
+    found = new Library(file);
+    found->next = libraries;
+    libraries = found;
+  }
+  return found;
+}
 
 Library& WantedLibrary() {
   Library* library = wanted.load(std::memory_order_acquire);
@@ -191,8 +211,7 @@ class Walk {
 }  // namespace
 
 void SetDebugHelpLibrary(const char* file) {
-  auto* const library = new Library;
-  library->file = file != nullptr ? file : kDefaultLibrary;
+  Library* const library = FindOrMakeLibrary(file != nullptr ? file : kDefaultLibrary);
   wanted.store(library, std::memory_order_release);
 }
 
@@ -200,12 +219,17 @@ bool LoadDebugHelp() noexcept {
   try {
     Library& library = WantedLibrary();
     if (library.entries.load(std::memory_order_acquire) != nullptr) return true;
-    const UnwindEntries* const entries = LoadEntries(library.file.c_str());
-    library.entries.store(entries, std::memory_order_release);
-    return entries != nullptr;
+    const UnwindEntries* const found = LoadEntries(library.file.c_str());
+    const UnwindEntries* other = nullptr;
+    if (!library.entries.compare_exchange_strong(other, found, std::memory_order_acq_rel)) {
+      delete found;  // another thread was faster
+    }
+    return found != nullptr;
+  } catch (CException* exception) {
+    exception->Delete();
   } catch (...) {
-    return false;
   }
+  return false;
 }
 
 void WalkWithDebugHelp(const CONTEXT& context, FrameVisitor& visitor) {
