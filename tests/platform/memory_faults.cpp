@@ -222,4 +222,60 @@ TEST(MemoryFaults, TheHandlesOfAFixedUpStateStayCopied) {
   TesselkitStateInit(nullptr);
 }
 
+int exceptions_alive = 0;
+
+class CountedException : public PaMsgException {
+ public:
+  CountedException() { ++exceptions_alive; }
+  ~CountedException() override { --exceptions_alive; }
+};
+
+CException* MakeFailure() {
+  auto* const exception = new CountedException;
+  exception->m_msgList.Add(PaMessage(18045));
+  return exception;
+}
+
+// Ends what a conversion throws when it succeeds.
+void Swallow(void (*convert)(CException*), CException* exception) {
+  try {
+    convert(exception);
+  } catch (COleDispatchException* converted) {
+    converted->Delete();
+  } catch (AdOMException* converted) {
+    std::free(converted->m_description);
+    std::free(converted->m_source);
+    delete converted;
+  }
+}
+
+TEST(MemoryFaults, ConversionsEndWhatTheyWereGiven) {
+  for (const auto convert : {+[](CException* e) { AdRethrowAsOleDispatchException(e); },
+                             +[](CException* e) { AdRethrowAsOMException(e, nullptr); },
+                             +[](CException* e) { AdSetExceptionAsErrorInfo(e); }}) {
+    int number = 0;
+    do {
+      CException* const exception = MakeFailure();
+      EndsWithoutMemory(++number, [&] { Swallow(convert, exception); });
+      EXPECT_EQ(exceptions_alive, 0) << number;
+    } while (was_refused && number < 200);
+    EXPECT_TRUE(number > 1 && number < 200) << number;
+  }
+  SetErrorInfo(0, nullptr);
+}
+
+TEST(MemoryFaults, AReportThatCannotBeMadeIsEmpty) {
+  CString whole;
+  AdLookupCallStack(whole);
+  int number = 0;
+  do {
+    CString stack;
+    EXPECT_FALSE(EndsWithoutMemory(++number, [&] { AdLookupCallStack(stack); }));
+    if (was_refused) {
+      EXPECT_EQ(stack, "") << number;
+    }
+  } while (was_refused && number < 500);
+  EXPECT_TRUE(number > 1 && number < 500) << number;
+}
+
 }  // namespace
