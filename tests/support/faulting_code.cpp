@@ -53,6 +53,11 @@ TEST_UNCHECKED void ReadOffTheMap(int) {
   kept = *reinterpret_cast<volatile int*>(no_address + 0x8000000000000000u);
 }
 
+TEST_UNCHECKED void Divide(double a, double b) {
+  const volatile double quotient = a / b;
+  static_cast<void>(quotient);
+}
+
 void ExecuteIllegal(int) {
 #ifdef __x86_64__
   asm volatile("ud2");

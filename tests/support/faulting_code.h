@@ -20,6 +20,8 @@ void ReadPastFileEnd(int number);
 void ReadUnaligned(int number);  // on x86-64 with its check for that; elsewhere as on a bus error
 void OverflowStack(int number);
 
+void Divide(double a, double b);
+
 // The line in this file's source where DivideByZero divides.
 extern const int kDivisionLine;
 
