@@ -14,7 +14,9 @@
 #include <iterator>
 #include <mutex>
 
+#include "tesselkit/platform/cstring.h"
 #include "tesselkit/platform/debug_help.h"
+#include "tesselkit/platform/exceptions.h"
 #include "tesselkit/platform/fault_codes.h"
 #include "tesselkit/platform/foreign_memory.h"
 #include "tesselkit/platform/host_context.h"
@@ -162,6 +164,36 @@ void OnSignal(int signal, siginfo_t* info, void* context) {
   errno = error;
 }
 
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define TESSELKIT_THREAD_SANITIZER
+#endif
+#endif
+#ifdef __SANITIZE_THREAD__
+#define TESSELKIT_THREAD_SANITIZER
+#endif
+
+#ifdef TESSELKIT_THREAD_SANITIZER
+// The sanitizer calls handlers from one of its own, which expects them to return and forbids them
+// to allocate. The kernel is given ours directly.
+void GoAroundSanitizer(int signal, int flags) {
+  struct KernelAction {
+    void (*handler)(int, siginfo_t*, void*);
+    unsigned long flags;
+    void* restorer;
+    unsigned long mask;
+  } action = {};
+  syscall(SYS_rt_sigaction, signal, nullptr, &action, sizeof action.mask);
+  constexpr unsigned long kRestorer = 0x04000000;
+  action.handler = OnSignal;
+  action.flags = (action.flags & kRestorer) | static_cast<unsigned long>(flags);
+  action.mask = 0;
+  syscall(SYS_rt_sigaction, signal, &action, nullptr, sizeof action.mask);
+}
+#else
+void GoAroundSanitizer(int, int) {}
+#endif
+
 void InstallHandlers() {
   struct sigaction action = {};
   action.sa_sigaction = OnSignal;
@@ -170,6 +202,18 @@ void InstallHandlers() {
   for (const int signal : kFaultSignals) {
     sigaction(signal, nullptr, &EarlierOf(signal).action);
     sigaction(signal, &action, nullptr);
+    GoAroundSanitizer(signal, action.sa_flags);
+  }
+}
+
+// What a translator mostly needs, and would otherwise ask the loader for while it runs: another
+// thread may then hold the loader's lock.
+void LoadAhead() {
+  LoadDebugHelp();
+  try {
+    CString().LoadString(1);
+  } catch (CException* exception) {
+    exception->Delete();
   }
 }
 
@@ -178,7 +222,7 @@ std::atomic<bool> is_installed = false;
 void PrepareProcess() {
   static std::once_flag once;
   std::call_once(once, [] {
-    LoadDebugHelp();  // not in a handler, where another thread may hold the loader's lock
+    LoadAhead();
     InstallHandlers();
     is_installed.store(true);
   });

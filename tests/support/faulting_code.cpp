@@ -6,11 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define TEST_UNCHECKED __attribute__((no_sanitize("address", "undefined")))
-#else
-#define TEST_UNCHECKED __attribute__((no_sanitize("undefined")))
-#endif
+#define TEST_UNCHECKED __attribute__((no_sanitize("address", "thread", "undefined")))
 
 namespace {
 
@@ -19,7 +15,7 @@ volatile int kept = 0;
 volatile std::uintptr_t no_address = 0;
 int data_words[4] = {};
 
-TEST_UNCHECKED [[gnu::noinline]] void ExecuteData(std::uintptr_t address) {
+[[gnu::noinline]] TEST_UNCHECKED void ExecuteData(std::uintptr_t address) {
   reinterpret_cast<void (*)()>(address)();
   kept = kept + 1;  // so that the call is no jump
 }
