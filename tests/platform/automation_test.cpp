@@ -145,7 +145,8 @@ TEST_F(Automation, AStatusCarriesItsErrorObject) {
     EXPECT_EQ(info.references, 3u);
     EXPECT_EQ(copy.ErrorInfo(), &info);
     info.Release();
-    copy = copy;
+    const _com_error& same = copy;
+    copy = same;
     EXPECT_EQ(info.references, 3u);
     copy = _com_error(E_POINTER, &other, true);
     EXPECT_EQ(copy.Error(), E_POINTER);
