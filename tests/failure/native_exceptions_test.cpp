@@ -157,6 +157,30 @@ TEST_F(NativeExceptions, TheFaultAddressLeadsIntoTheModuleOrNowhere) {
   EXPECT_NE(here.find("/tesselkit_failure_test"), std::string::npos) << here;
 }
 
+#ifndef __clang__  // which takes a fault for an exception to callers only
+
+__attribute__((no_sanitize("undefined"))) int QuotientOrCode(int dividend, volatile int& divisor) {
+  const CountsItsEnd outside;
+  try {
+    const CountsItsEnd inside;
+    return dividend / divisor;
+  } catch (COleDispatchException* exception) {
+    const int code = exception->m_wCode;
+    exception->Delete();
+    return code;
+  }
+}
+
+TEST_F(NativeExceptions, AFunctionCatchesItsOwnFault) {
+  const AdExceptionConverter converter;
+  ended = 0;
+  volatile int divisor = 0;
+  EXPECT_EQ(QuotientOrCode(7, divisor), 18004);
+  EXPECT_EQ(ended, 2);
+}
+
+#endif
+
 TEST_F(NativeExceptions, RaisedOnesAreConvertedLikeFaults) {
   const AdExceptionConverter converter;
   const std::string report = ReportOf([] { RaiseException(0xE0001234, 1, 0, nullptr); });
