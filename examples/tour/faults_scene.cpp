@@ -5,7 +5,8 @@ namespace {
 
 using namespace tour;
 
-int Divide(int dividend, int divisor) {
+// Meant to fault, so no sanitizer is to stand in front of it.
+__attribute__((no_sanitize("undefined"))) int Divide(int dividend, int divisor) {
   return dividend / divisor;
 }
 // Through a pointer, so that the compiler sees a call that may throw.

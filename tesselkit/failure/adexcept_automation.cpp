@@ -114,10 +114,10 @@ void FillErrorObject(ICreateErrorInfo& error, CException* exception) {
 }  // namespace
 
 AdOMException::AdOMException(const char* description, const char* source)
-    : m_description(CopyOf(description)), m_source(nullptr) {
-  std::unique_ptr<char, decltype(&std::free)> first(m_description, &std::free);
+    : m_description(nullptr), m_source(nullptr) {
+  std::unique_ptr<char, decltype(&std::free)> first(CopyOf(description), &std::free);
   m_source = CopyOf(source);
-  first.release();
+  m_description = first.release();
 }
 
 void AdRethrowPaExceptAsOleDispatchException(PaMsgException* e) {

@@ -91,10 +91,12 @@ void PassOn(int signal, siginfo_t* info, void* context) {
   Earlier& before = EarlierOf(signal);
   const struct sigaction& action = before.action;
   const bool is_plain = (action.sa_flags & SA_SIGINFO) == 0;
-  if (is_plain && action.sa_handler == SIG_IGN && !IsFaultOf(*info)) return;
-  if (is_plain && (action.sa_handler == SIG_DFL || action.sa_handler == SIG_IGN)) {
-    DieByDefault(signal, info);
-  } else if ((action.sa_flags & SA_RESETHAND) != 0 && before.is_spent.exchange(true)) {
+  const bool is_ignored = is_plain && action.sa_handler == SIG_IGN;
+  if (is_ignored && !IsFaultOf(*info)) return;
+  const bool is_for_one_time = (action.sa_flags & SA_RESETHAND) != 0;
+  const bool is_by_default = is_ignored || (is_plain && action.sa_handler == SIG_DFL) ||
+                             (is_for_one_time && before.is_spent.exchange(true));
+  if (is_by_default) {
     DieByDefault(signal, info);
   } else {
     CallEarlier(action, signal, info, context);

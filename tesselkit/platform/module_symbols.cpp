@@ -39,7 +39,10 @@ class Block {
     if (m_memory != nullptr) munmap(m_memory, m_size);
   }
   Block(Block&& other) noexcept { Swap(other); }
-  Block& operator=(Block&& other) noexcept { return Swap(other), *this; }
+  Block& operator=(Block&& other) noexcept {
+    Swap(other);
+    return *this;
+  }
 
   char* Data() const noexcept { return m_memory; }
   std::size_t Size() const noexcept { return m_memory != nullptr ? m_size : 0; }
