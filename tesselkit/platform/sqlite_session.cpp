@@ -1,0 +1,74 @@
+#include "tesselkit/platform/sqlite_session.h"
+
+#include <cerrno>
+
+#include "tesselkit/platform/status_codes.h"
+
+namespace tesselkit::platform {
+
+namespace {
+
+LONG StatusOfHostError(int error, LONG otherwise) {
+  switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return ERROR_DISK_FULL;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return ERROR_ACCESS_DENIED;
+    case EISDIR:
+      return ERROR_BADDB;
+    default:
+      return otherwise;
+  }
+}
+
+}  // namespace
+
+LONG StatusOfSqlite(sqlite3* db, int code) {
+  const int host_error = db != nullptr ? sqlite3_system_errno(db) : 0;
+  switch (code & 0xFF) {
+    case SQLITE_OK:
+    case SQLITE_ROW:
+    case SQLITE_DONE:
+      return ERROR_SUCCESS;
+    case SQLITE_FULL:
+      return ERROR_DISK_FULL;
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+      return ERROR_ACCESS_DENIED;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+      return ERROR_BUSY;
+    case SQLITE_NOMEM:
+      return ERROR_NOT_ENOUGH_MEMORY;
+    case SQLITE_TOOBIG:
+      return ERROR_NO_SYSTEM_RESOURCES;
+    case SQLITE_IOERR:
+    case SQLITE_CANTOPEN:
+      return StatusOfHostError(host_error, ERROR_REGISTRY_IO_FAILED);
+    default:
+      return ERROR_BADDB;
+  }
+}
+
+int Statement::Start(sqlite3* db) {
+  if (m_statement != nullptr) return SQLITE_OK;
+  sqlite3_stmt* statement = nullptr;
+  const int code =
+      sqlite3_prepare_v3(db, m_sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+  m_statement.reset(statement);
+  return code;
+}
+
+std::string_view Statement::Bytes(int column) const {
+  const void* bytes = sqlite3_column_blob(m_statement.get(), column);
+  const int size = sqlite3_column_bytes(m_statement.get(), column);
+  return bytes != nullptr ? std::string_view(static_cast<const char*>(bytes), size)
+                          : std::string_view();
+}
+
+}  // namespace tesselkit::platform
