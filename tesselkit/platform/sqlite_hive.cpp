@@ -1,6 +1,7 @@
 #include "tesselkit/platform/sqlite_hive.h"
 
 #include <fcntl.h>
+#include <sqlite3.h>
 #include <time.h>
 #include <unistd.h>
 

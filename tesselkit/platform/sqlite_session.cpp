@@ -1,5 +1,7 @@
 #include "tesselkit/platform/sqlite_session.h"
 
+#include <sqlite3.h>
+
 #include <cerrno>
 
 #include "tesselkit/platform/status_codes.h"
@@ -55,6 +57,14 @@ LONG StatusOfSqlite(sqlite3* db, int code) {
   }
 }
 
+void CloseDatabase::operator()(sqlite3* db) const {
+  sqlite3_close_v2(db);
+}
+
+void FinalizeStatement::operator()(sqlite3_stmt* statement) const {
+  sqlite3_finalize(statement);
+}
+
 int Statement::Start(sqlite3* db) {
   if (m_statement != nullptr) return SQLITE_OK;
   sqlite3_stmt* statement = nullptr;
@@ -64,11 +74,41 @@ int Statement::Start(sqlite3* db) {
   return code;
 }
 
+void Statement::Reset() {
+  sqlite3_reset(m_statement.get());
+}
+
+int Statement::Step() {
+  return sqlite3_step(m_statement.get());
+}
+
+void Statement::Bind(int index, std::int64_t value) {
+  sqlite3_bind_int64(m_statement.get(), index, value);
+}
+
+void Statement::Bind(int index, std::string_view bytes) {
+  sqlite3_bind_blob64(m_statement.get(), index, bytes.data() != nullptr ? bytes.data() : "",
+                      bytes.size(), SQLITE_STATIC);
+}
+
+std::int64_t Statement::Number(int column) const {
+  return sqlite3_column_int64(m_statement.get(), column);
+}
+
 std::string_view Statement::Bytes(int column) const {
   const void* bytes = sqlite3_column_blob(m_statement.get(), column);
   const int size = sqlite3_column_bytes(m_statement.get(), column);
   return bytes != nullptr ? std::string_view(static_cast<const char*>(bytes), size)
                           : std::string_view();
+}
+
+bool Run::IsGoingOn() const {
+  return m_code == SQLITE_OK || m_code == SQLITE_ROW;
+}
+
+bool Run::Next() {
+  if (IsGoingOn()) m_code = m_statement.Step();
+  return m_code == SQLITE_ROW;
 }
 
 }  // namespace tesselkit::platform
