@@ -44,6 +44,7 @@
 #include "tesselkit/siblings/date_time.h"
 #include "tesselkit/siblings/language_resources.h"
 #include "tesselkit/system/adenvironment.h"
+#include "tesselkit/system/adregistry.h"
 #include "tesselkit/util/adutil.h"
 #include "tesselkit/util/sort_string_array.h"
 #include "tesselkit/util/text_file.h"

@@ -67,14 +67,15 @@ inline std::string Data(HKEY key, const char* name) {
     status =
         RegQueryValueExA(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size);
   }
-  return status == ERROR_SUCCESS ? data : "(" + std::to_string(status) + ")";
+  return status == ERROR_SUCCESS ? data : std::string("(") + std::to_string(status) + ")";
 }
 
 // What is wrong with the hive of `root`; empty when nothing is.
 inline std::string Damage(HKEY root = HKEY_CURRENT_USER) {
   std::string report;
   const LONG status = tesselkit::platform::CheckHive(root, report);
-  return status == ERROR_SUCCESS ? report : "(" + std::to_string(status) + ")" + report;
+  return status == ERROR_SUCCESS ? report
+                                 : std::string("(") + std::to_string(status) + ")" + report;
 }
 
 }  // namespace test
