@@ -110,9 +110,8 @@ void AdRegistry::Open(int bReadOnly) {
   const LONG status = OpenPath(bReadOnly ? KEY_READ : KEY_ALL_ACCESS, m_hKey);
   if (status != ERROR_SUCCESS && !bReadOnly) {
     DWORD disposition = 0;
-    m_lLastError =
-        RegCreateKeyExA(m_hRootConnection, m_strPath, 0, "", REG_OPTION_NON_VOLATILE,
-                        KEY_ALL_ACCESS, nullptr, &m_hKey, &disposition);
+    m_lLastError = RegCreateKeyExA(m_hRootConnection, m_strPath, 0, "", REG_OPTION_NON_VOLATILE,
+                                   KEY_ALL_ACCESS, nullptr, &m_hKey, &disposition);
     if (m_lLastError != ERROR_SUCCESS) ThrowFailure("RegCreateKeyEx", __LINE__);
     AD_CHECK(disposition == (0x00000001L));
   }

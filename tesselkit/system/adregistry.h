@@ -8,9 +8,9 @@
 //
 // A registry call that fails throws message 18058 (PaMsgException*), which names the platform
 // function, the whole path of the key and the system's text; a null argument is a condition failure
-// (message 18019) with the source name "adregistry". Missing values are no failures: reading answers
-// 0. `bReadOnly` other than 0 opens a key for reading and never makes it; 0 opens it with every
-// right and makes it when it is missing.
+// (message 18019) with the source name "adregistry". Missing values are no failures: reading
+// answers 0. `bReadOnly` other than 0 opens a key for reading and never makes it; 0 opens it with
+// every right and makes it when it is missing.
 //
 // The object owns its open key and its connection, and closes them with Finalize, with another root
 // and with its own end. The root stays the caller's, with one exception: an open key of the

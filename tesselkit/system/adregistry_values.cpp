@@ -20,15 +20,14 @@ constexpr std::size_t kFixedSize = 2048;
 using NameBuffer = std::array<char, 2048>;
 
 DWORD DwordOf(unsigned long number) {
-  return static_cast<DWORD>(
-      std::min<unsigned long>(number, std::numeric_limits<DWORD>::max()));
+  return static_cast<DWORD>(std::min<unsigned long>(number, std::numeric_limits<DWORD>::max()));
 }
 
 // Zeros, and one more behind them, so that whatever is read into it ends with a NUL.
 class ValueBuffer {
  public:
   explicit ValueBuffer(std::size_t size)
-      : m_pBytes(new(std::nothrow) unsigned char[size + 1]()), m_size(size) {
+      : m_pBytes(new (std::nothrow) unsigned char[size + 1]()), m_size(size) {
     AD_CHECK(m_pBytes != 0);
   }
 
@@ -96,7 +95,8 @@ void Put(CDWordArray& values, const char* text) {
 template <class Array>
 void PutTexts(Array& values, const Value& value) {
   const char* const end = value.Text() + value.size;
-  for (const char* text = value.Text(); text < end && *text != '\0'; text += std::strlen(text) + 1) {
+  for (const char* text = value.Text(); text < end && *text != '\0';
+       text += std::strlen(text) + 1) {
     Put(values, text);
   }
 }

@@ -1,12 +1,15 @@
 #include "tesselkit/util/adutil_location.h"
 
 #include <algorithm>
+#include <memory>
 #include <string_view>
 
 #include "tesselkit/platform/file.h"
 #include "tesselkit/platform/file_attributes.h"
 #include "tesselkit/platform/host.h"
+#include "tesselkit/platform/local_memory.h"
 #include "tesselkit/system/adenvironment.h"
+#include "tesselkit/util/open_key.h"
 
 namespace {
 
@@ -33,8 +36,38 @@ bool IsDirectory(const char* path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-// No host of this library lists product suites.
-bool ProductSuiteLists(const char*) {
+using LocalMemory = std::unique_ptr<char, decltype(&LocalFree)>;
+
+// The list's texts, its closing NULs included; empty when there is none.
+std::string_view ReadProductSuite(LocalMemory& memory) {
+  constexpr char kName[] = "ProductSuite";
+  tesselkit::util::OpenKey key;
+  DWORD size = 0;
+  if (RegOpenKeyA(HKEY_LOCAL_MACHINE, "System\\CurrentControlSet\\Control\\ProductOptions",
+                  key.Place()) != ERROR_SUCCESS ||
+      RegQueryValueExA(key, kName, nullptr, nullptr, nullptr, &size) != ERROR_SUCCESS ||
+      size == 0) {
+    return {};
+  }
+  memory.reset(static_cast<char*>(LocalAlloc(LPTR, size)));
+  DWORD type = REG_NONE;
+  if (memory == nullptr ||
+      RegQueryValueExA(key, kName, nullptr, &type, reinterpret_cast<LPBYTE>(memory.get()), &size) !=
+          ERROR_SUCCESS ||
+      type != REG_MULTI_SZ) {
+    return {};
+  }
+  return {memory.get(), size};
+}
+
+bool ProductSuiteLists(std::string_view wanted) {
+  LocalMemory memory(nullptr, &LocalFree);
+  std::string_view rest = ReadProductSuite(memory);
+  while (!rest.empty() && rest.front() != '\0') {
+    const std::string_view text = rest.substr(0, rest.find('\0'));
+    if (text == wanted) return true;
+    rest.remove_prefix(std::min(text.size() + 1, rest.size()));
+  }
   return false;
 }
 

@@ -129,7 +129,8 @@ class FaultyHives : public HiveFaults {
           if (status == ERROR_SUCCESS) {
             status = tesselkit::platform::OpenSqliteHive(file_name, access, store);
           }
-          if (status == ERROR_SUCCESS) store = std::make_unique<FaultyHive>(std::move(store), *this);
+          if (status == ERROR_SUCCESS)
+            store = std::make_unique<FaultyHive>(std::move(store), *this);
           return status;
         });
   }

@@ -47,8 +47,8 @@ class RegistryKey : public test::TracedTest {
 
   std::string CallFailed(const std::string& function, const std::string& key,
                          const std::string& text) {
-    return std::string("18058 Attempt to call function \"") + function + "\" on registry key \"" + key +
-           "\" failed.  System error: " + text;
+    return std::string("18058 Attempt to call function \"") + function + "\" on registry key \"" +
+           key + "\" failed.  System error: " + text;
   }
 
   bool IsThere(const char* path, HKEY root = HKEY_CURRENT_USER) {
@@ -273,7 +273,8 @@ class Conversions : public RegistryKey {
   }
   static std::string Numbers(const CDWordArray& values) {
     std::string all;
-    for (int i = 0; i < values.GetSize(); ++i) all.append("<").append(std::to_string(values[i])).append(">");
+    for (int i = 0; i < values.GetSize(); ++i)
+      all.append("<").append(std::to_string(values[i])).append(">");
     return all;
   }
 };
@@ -301,8 +302,7 @@ TEST_F(Conversions, GoByTheStoredType) {
       {__LINE__, REG_BINARY, "abc", "0! 77", "0! old", "1 ", "1 "},
       {__LINE__, REG_BINARY, "\x01\0\0\0\xFE\xFF\xFF\xFF\x09"s, "0! 77", "0! old", "1 <1><-2>",
        "1 <1><4294967294>"},
-      {__LINE__, REG_MULTI_SZ, "1\000-2\0\0"s, "0! 77", "0! old", "1 <1><-2>",
-       "1 <1><4294967294>"},
+      {__LINE__, REG_MULTI_SZ, "1\000-2\0\0"s, "0! 77", "0! old", "1 <1><-2>", "1 <1><4294967294>"},
       {__LINE__, REG_MULTI_SZ, "1\0x\0003\0\0"s, "0! 77", "0! old", "1 <1><x><3>", "0! <1>"},
       {__LINE__, REG_MULTI_SZ, "1\0\0002\0\0"s, "0! 77", "0! old", "1 <1>", "1 <1>"},
       {__LINE__, REG_MULTI_SZ, "12", "0! 77", "0! old", "1 <12>", "1 <12>"},

@@ -124,16 +124,6 @@ TEST(Location, AttributesTellDirectoriesAndReadOnlyFiles) {
   EXPECT_EQ(GetFileAttributesA(nullptr), INVALID_FILE_ATTRIBUTES);
 }
 
-TEST(Host, NoVersionWithoutAProductSuiteHasTerminalServices) {
-  EXPECT_EQ(GetVersion(), 0x80000000);
-  for (const DWORD version : {0x80000000u, 0x80000004u, 5u, 0x0A28000Au, 4u, 0x00030004u, 3u}) {
-    tesselkit::platform::SetHostVersion(version);
-    EXPECT_EQ(GetVersion(), version);
-    EXPECT_EQ(AdIsTerminalServicesEnabled(), 0) << version;
-  }
-  tesselkit::platform::SetHostVersion(0x80000000);
-}
-
 long long HostMilliseconds() {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   return std::chrono::floor<std::chrono::milliseconds>(now).count();
