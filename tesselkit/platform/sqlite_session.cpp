@@ -27,10 +27,31 @@ LONG StatusOfHostError(int error, LONG otherwise) {
   }
 }
 
+// The host's error in the last failed call on the file that `operation` names.
+int LastErrorOf(sqlite3* db, int operation) {
+  sqlite3_file* file = nullptr;
+  int error = 0;
+  sqlite3_file_control(db, "main", operation, &file);
+  if (file != nullptr && file->pMethods != nullptr) {
+    file->pMethods->xFileControl(file, SQLITE_FCNTL_LAST_ERRNO, &error);
+  }
+  return error;
+}
+
+// What the connection remembers may be of a later call: that a write failed, the file knows better.
+int HostErrorOf(sqlite3* db, int code) {
+  if (db == nullptr) return 0;
+  if (code == SQLITE_IOERR_WRITE) {
+    for (const int file : {SQLITE_FCNTL_JOURNAL_POINTER, SQLITE_FCNTL_FILE_POINTER}) {
+      if (const int error = LastErrorOf(db, file); error != 0) return error;
+    }
+  }
+  return sqlite3_system_errno(db);
+}
+
 }  // namespace
 
 LONG StatusOfSqlite(sqlite3* db, int code) {
-  const int host_error = db != nullptr ? sqlite3_system_errno(db) : 0;
   switch (code & 0xFF) {
     case SQLITE_OK:
     case SQLITE_ROW:
@@ -51,7 +72,7 @@ LONG StatusOfSqlite(sqlite3* db, int code) {
       return ERROR_NO_SYSTEM_RESOURCES;
     case SQLITE_IOERR:
     case SQLITE_CANTOPEN:
-      return StatusOfHostError(host_error, ERROR_REGISTRY_IO_FAILED);
+      return StatusOfHostError(HostErrorOf(db, code), ERROR_REGISTRY_IO_FAILED);
     default:
       return ERROR_BADDB;
   }
