@@ -1,5 +1,6 @@
 // The registry beside raw SQLite with prepared statements in the same mode (the limit), and beside
-// stores of settings that others use: a key file that is kept in memory, dconf's file, and GSettings.
+// stores of settings that others use: a key file that is kept in memory, dconf's file, and
+// GSettings.
 //
 // What is read is a text of 15 bytes in a key three levels below its root, with 20 values and with
 // 1,000 keys (or as many as the argument says) beside it.
@@ -116,10 +117,11 @@ void UseHive(std::int64_t keys) {
   hive.Execute(Numbers(keys) +
                "INSERT INTO keys (id, parent, folded, depth) SELECT 1000000000 + i, " + parent +
                ", CAST(printf('key%08d', i) AS BLOB), 2 FROM numbers");
-  hive.Execute("INSERT INTO tree (parent, folded, name, id) SELECT parent, folded, folded, id "
-               "FROM keys WHERE id > 1000000000");
-  hive.Execute("UPDATE keys SET subkeys = subkeys + " + std::to_string(keys) + " WHERE id = " +
-               parent);
+  hive.Execute(
+      "INSERT INTO tree (parent, folded, name, id) SELECT parent, folded, folded, id "
+      "FROM keys WHERE id > 1000000000");
+  hive.Execute("UPDATE keys SET subkeys = subkeys + " + std::to_string(keys) +
+               " WHERE id = " + parent);
   hive.Execute("COMMIT");
 }
 
@@ -190,7 +192,8 @@ class SqliteTree : public Sqlite {
   // Keys below key 2, and values in them.
   void FillTree(std::int64_t keys) {
     Execute("BEGIN");
-    Execute(Numbers(keys) + "INSERT INTO tree SELECT 2, printf('key%08d', i), printf('key%08d', i)"
+    Execute(Numbers(keys) +
+            "INSERT INTO tree SELECT 2, printf('key%08d', i), printf('key%08d', i)"
             ", 2 + i FROM numbers");
     Execute("INSERT INTO value SELECT id, 'v', 'v', 1, 'data' FROM tree WHERE parent = 2");
     Execute("COMMIT");
@@ -199,7 +202,8 @@ class SqliteTree : public Sqlite {
 
 void ReadValueSqlite(benchmark::State& state) {
   SqliteTree tree;
-  sqlite3_stmt* const read = tree.Prepare("SELECT type, data FROM value WHERE key = ? AND folded = ?");
+  sqlite3_stmt* const read =
+      tree.Prepare("SELECT type, data FROM value WHERE key = ? AND folded = ?");
   for (auto _ : state) {
     sqlite3_bind_int(read, 1, 1);
     sqlite3_bind_text(read, 2, "value7", 6, SQLITE_STATIC);
@@ -216,7 +220,8 @@ BENCHMARK(ReadValueSqlite);
 void ReadValueKeyFile(benchmark::State& state) {
   GKeyFile* const file = g_key_file_new();
   for (int i = 0; i < kValues; ++i) {
-    g_key_file_set_string(file, KeyPath(1000).c_str(), ("value" + std::to_string(i)).c_str(), kText);
+    g_key_file_set_string(file, KeyPath(1000).c_str(), ("value" + std::to_string(i)).c_str(),
+                          kText);
   }
   for (auto _ : state) {
     char* const text = g_key_file_get_string(file, KeyPath(1000).c_str(), "value7", nullptr);

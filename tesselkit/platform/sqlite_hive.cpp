@@ -17,6 +17,9 @@ namespace {
 
 constexpr int kMostLevels = 512;
 constexpr int kLogPagesBeforeCheckpoint = 1000;
+
+// More than a log commonly gets: to cut it short and let it grow again costs more than the write.
+constexpr int kLongestLogKept = 8 << 20;
 constexpr int kCacheKibibytes = 8192;
 
 // Waits for another writer, up to a minute: a registry write takes microseconds, so the pauses are
@@ -170,10 +173,10 @@ LONG SqliteHive::Prepare() {
   sqlite3_file_control(db, "main", SQLITE_FCNTL_PERSIST_WAL, &keeps_log);
   const std::string settings =
       "PRAGMA synchronous = NORMAL; PRAGMA temp_store = MEMORY; PRAGMA trusted_schema = OFF;"
-      "PRAGMA secure_delete = FAST; PRAGMA journal_size_limit = 0;"
-      "PRAGMA wal_autocheckpoint = " +
-      std::to_string(kLogPagesBeforeCheckpoint) + "; PRAGMA cache_size = -" +
-      std::to_string(kCacheKibibytes);
+      "PRAGMA secure_delete = FAST; PRAGMA journal_size_limit = " +
+      std::to_string(kLongestLogKept) +
+      "; PRAGMA wal_autocheckpoint = " + std::to_string(kLogPagesBeforeCheckpoint) +
+      "; PRAGMA cache_size = -" + std::to_string(kCacheKibibytes);
   const int code = sqlite3_exec(db, settings.c_str(), nullptr, nullptr, nullptr);
   return code == SQLITE_OK ? Execute(m_touch) : Status(code);
 }
