@@ -5,7 +5,6 @@
 #include <time.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstring>
 
 #include "tesselkit/platform/hive_schema.h"
@@ -194,8 +193,9 @@ bool SqliteHive::ReadStamp(HiveStamp& stamp) {
     if (region == nullptr || (code != SQLITE_OK && code != SQLITE_READONLY)) return false;
     m_log_header = static_cast<const volatile std::uint32_t*>(region);
   }
-  for (std::size_t i = 0; i < stamp.size(); ++i) stamp[i] = m_log_header[i];
-  std::atomic_thread_fence(std::memory_order_acquire);
+  for (std::size_t i = 0; i < stamp.size(); ++i) {
+    stamp[i] = __atomic_load_n(&m_log_header[i], __ATOMIC_ACQUIRE);
+  }
   return true;
 }
 
