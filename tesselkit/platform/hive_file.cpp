@@ -47,7 +47,7 @@ std::string Setting(const char* name) {
 }
 
 std::string HomeDirectory() {
-  const std::string home = Setting("HOME");
+  std::string home = Setting("HOME");
   if (!home.empty()) return home;
   std::vector<char> buffer(16384);
   passwd entry;
@@ -57,7 +57,7 @@ std::string HomeDirectory() {
 }
 
 std::string UserDataDirectory() {
-  const std::string data = Setting("XDG_DATA_HOME");
+  std::string data = Setting("XDG_DATA_HOME");
   if (data.starts_with('/')) return data;  // others are to be ignored
   const std::string home = HomeDirectory();
   return home.empty() ? "" : home + "/.local/share";
@@ -216,10 +216,10 @@ void SyncDirectory(const std::string& directory) {
 
 std::string HiveFileName(HiveKind kind) {
   if (kind == HiveKind::kMachine) {
-    const std::string named = Setting("TESSELKIT_REGISTRY_MACHINE");
+    std::string named = Setting("TESSELKIT_REGISTRY_MACHINE");
     return named.empty() ? "/var/lib/tesselkit/registry/machine.hive" : named;
   }
-  const std::string named = Setting("TESSELKIT_REGISTRY_USER");
+  std::string named = Setting("TESSELKIT_REGISTRY_USER");
   if (!named.empty()) return named;
   const std::string data = UserDataDirectory();
   return data.empty() ? "" : data + "/tesselkit/registry/user.hive";
