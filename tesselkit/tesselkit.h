@@ -40,6 +40,7 @@
 #include "tesselkit/platform/stdio_file.h"
 #include "tesselkit/platform/string_table.h"
 #include "tesselkit/platform/system_message.h"
+#include "tesselkit/platform/threads.h"
 #include "tesselkit/platform/types.h"
 #include "tesselkit/siblings/date_time.h"
 #include "tesselkit/siblings/language_resources.h"

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "tesselkit/platform/exceptions.h"
+#include "tesselkit/platform/forced_end.h"
 
 namespace {
 
@@ -23,6 +24,7 @@ struct SinkHolder {
 SinkHolder& holder = *new SinkHolder;
 
 std::shared_ptr<const Sink> CurrentSink() {
+  const tesselkit::platform::HoldOffForcedEnd whole;
   const std::lock_guard lock(holder.mutex);
   return holder.sink;
 }
@@ -57,6 +59,7 @@ void OutputDebugStringA(const char* text) noexcept {
 void tesselkit::platform::SetDebugOutputSink(std::function<void(const char* text)> sink) {
   std::shared_ptr<const Sink> shared;
   if (sink) shared = std::allocate_shared<Sink>(Allocator<Sink>(), std::move(sink));
+  const HoldOffForcedEnd whole;
   const std::lock_guard lock(holder.mutex);
   holder.sink.swap(shared);
 }

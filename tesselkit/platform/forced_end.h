@@ -1,0 +1,32 @@
+// How a thread is ended where it stands: a signal of its own, whose handler leaves the thread by the
+// host's system call, past every destructor and handler of C++.
+#pragma once
+
+#include <atomic>
+#include <thread>
+
+namespace tesselkit::platform {
+
+// One for each thread that can be ended so; it outlives the thread.
+struct ForcedEnd {
+  std::atomic<bool> is_due = false;
+};
+
+// From now on the calling thread can be ended through `end`; null: no longer.
+void AcceptForcedEnd(ForcedEnd* end) noexcept;
+
+// Makes a running or ended thread, not yet joined, that has accepted `end` leave as soon as it can.
+// False when no signal is free for it.
+bool ForceEnd(std::thread::native_handle_type thread, ForcedEnd& end) noexcept;
+
+// Keeps the calling thread from being ended by force within a scope, which must be short: what takes
+// a lock that others need stands in one.
+class HoldOffForcedEnd {
+ public:
+  HoldOffForcedEnd() noexcept;
+  ~HoldOffForcedEnd();
+  HoldOffForcedEnd(const HoldOffForcedEnd&) = delete;
+  HoldOffForcedEnd& operator=(const HoldOffForcedEnd&) = delete;
+};
+
+}  // namespace tesselkit::platform
