@@ -46,6 +46,7 @@
 #include "tesselkit/siblings/language_resources.h"
 #include "tesselkit/system/adenvironment.h"
 #include "tesselkit/system/adregistry.h"
+#include "tesselkit/system/adtimerwatch.h"
 #include "tesselkit/util/adutil.h"
 #include "tesselkit/util/sort_string_array.h"
 #include "tesselkit/util/text_file.h"

@@ -1,5 +1,5 @@
-// How a thread is ended where it stands: a signal of its own, whose handler leaves the thread by the
-// host's system call, past every destructor and handler of C++.
+// How a thread is ended where it stands: a signal of its own, whose handler leaves the thread by
+// the host's system call, past every destructor and handler of C++.
 #pragma once
 
 #include <atomic>
@@ -19,8 +19,8 @@ void AcceptForcedEnd(ForcedEnd* end) noexcept;
 // False when no signal is free for it.
 bool ForceEnd(std::thread::native_handle_type thread, ForcedEnd& end) noexcept;
 
-// Keeps the calling thread from being ended by force within a scope, which must be short: what takes
-// a lock that others need stands in one.
+// Keeps the calling thread from being ended by force within a scope, which must be short: what
+// takes a lock that others need stands in one.
 class HoldOffForcedEnd {
  public:
   HoldOffForcedEnd() noexcept;

@@ -1,9 +1,9 @@
-// Threads, events between them, and waiting for either with a time-out. Time-outs go by a clock that
-// nobody sets, and count no time during which the host sleeps.
+// Threads, events between them, and waiting for either with a time-out. Time-outs go by a clock
+// that nobody sets, and count no time during which the host sleeps.
 //
 // A thread and an event have a handle each, which its creator closes; no number is given out twice,
-// so one that has been closed is known for what it is. What fails answers as each function says, and
-// leaves the reason with GetLastError. All functions may be called from any thread.
+// so one that has been closed is known for what it is. What fails answers as each function says,
+// and leaves the reason with GetLastError. All functions may be called from any thread.
 //
 // A thread that is ended by force stops at whatever instruction it has reached. None of its
 // destructors and handlers runs, not even a `catch (...)`, nor do those of its thread_local
@@ -36,11 +36,11 @@ TESSELKIT_API DWORD GetLastError() noexcept;
 TESSELKIT_API void SetLastError(DWORD error) noexcept;
 
 // Starts a thread that calls start(argument) and has what that returns for its exit code; an
-// exception out of it ends the process. `security` and `flags` must be null and 0, a `stack_size` of
-// 0 means the host's default. `thread_id`, unless null, takes the thread's id. The thread has its
-// creator's signal mask but for one real-time signal, which ends it by force, and its time-outs are
-// as sharp as the host has them. Null when arguments are wrong (ERROR_INVALID_PARAMETER) or the host
-// has no room for another (ERROR_NOT_ENOUGH_MEMORY). The thread does not end with its handle.
+// exception out of it ends the process. `security` and `flags` must be null and 0, a `stack_size`
+// of 0 means the host's default. `thread_id`, unless null, takes the thread's id. The thread has
+// its creator's signal mask but for one real-time signal, which ends it by force, and its time-outs
+// are as sharp as the host has them. Null when arguments are wrong (ERROR_INVALID_PARAMETER) or the
+// host has no room for another (ERROR_NOT_ENOUGH_MEMORY). The thread does not end with its handle.
 TESSELKIT_API HANDLE CreateThread(void* security, std::size_t stack_size,
                                   LPTHREAD_START_ROUTINE start, void* argument, DWORD flags,
                                   DWORD* thread_id) noexcept;
@@ -55,19 +55,19 @@ TESSELKIT_API HANDLE CreateEventA(void* security, BOOL manual_reset, BOOL initia
 TESSELKIT_API BOOL SetEvent(HANDLE event) noexcept;
 
 // Waits until the event is set or the thread has ended, `milliseconds` at most: WAIT_OBJECT_0 or
-// WAIT_TIMEOUT, and WAIT_FAILED for what is no handle (ERROR_INVALID_HANDLE). A handle may be closed
-// while others wait.
+// WAIT_TIMEOUT, and WAIT_FAILED for what is no handle (ERROR_INVALID_HANDLE). A handle may be
+// closed while others wait.
 TESSELKIT_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) noexcept;
 
 // Puts the thread's exit code into *exit_code. FALSE for what is no thread's handle
 // (ERROR_INVALID_HANDLE).
 TESSELKIT_API BOOL GetExitCodeThread(HANDLE thread, DWORD* exit_code) noexcept;
 
-// Ends the thread by force, with that exit code, and returns when the host has done so; one that has
-// ended already stays as it is. FALSE for what is no thread's handle (ERROR_INVALID_HANDLE), for the
-// calling thread, and while another call is at it (ERROR_ACCESS_DENIED); and when the thread is
-// still there after two seconds, which one is that blocks its signals or is held fast by the host
-// (ERROR_BUSY): it ends when it can be reached.
+// Ends the thread by force, with that exit code, and returns when the host has done so; one that
+// has ended already stays as it is. FALSE for what is no thread's handle (ERROR_INVALID_HANDLE),
+// for the calling thread, and while another call is at it (ERROR_ACCESS_DENIED); and when the
+// thread is still there after two seconds, which one is that blocks its signals or is held fast by
+// the host (ERROR_BUSY): it ends when it can be reached.
 TESSELKIT_API BOOL TerminateThread(HANDLE thread, DWORD exit_code) noexcept;
 
 // Gives the handle back. After a thread has ended, returns when the host has cleared it away. FALSE

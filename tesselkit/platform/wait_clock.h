@@ -18,8 +18,8 @@ class WaitClock {
 
   virtual TimePoint Now() = 0;
 
-  // Returns once `word` is not `value` any more, or the clock has reached `deadline` (never, for the
-  // last of all points); sooner if it likes.
+  // Returns once `word` is not `value` any more, or the clock has reached `deadline` (never, for
+  // the last of all points); sooner if it likes.
   virtual void WaitWhile(std::atomic<std::uint32_t>& word, std::uint32_t value,
                          TimePoint deadline) = 0;
 
