@@ -179,12 +179,17 @@ bool StartOnHost(Thread& thread, std::size_t stack_size) {
   return error == 0;
 }
 
-// Waits until the host has ended the thread, two seconds at most.
-bool JoinSoon(pthread_t thread) {
+// Waits until the host has ended the thread, two seconds at most. The host lets a join return a
+// moment before it strikes the thread off its list.
+bool JoinSoon(const Thread& thread) {
   timespec until;
   clock_gettime(CLOCK_MONOTONIC, &until);
   until.tv_sec += 2;
-  return pthread_clockjoin_np(thread, nullptr, CLOCK_MONOTONIC, &until) == 0;
+  if (pthread_clockjoin_np(thread.host_thread, nullptr, CLOCK_MONOTONIC, &until) != 0) return false;
+  for (int i = 0; i < 100 && syscall(SYS_tgkill, getpid(), thread.id.load(), 0) == 0; ++i) {
+    usleep(100);
+  }
+  return true;
 }
 
 }  // namespace
@@ -272,7 +277,7 @@ BOOL TerminateThread(HANDLE thread, DWORD exit_code) noexcept {
   if (object->TryTake()) return TRUE;
   const bool is_own = object->id == GetCurrentThreadId();
   if (is_own || object->is_taken_away.exchange(true)) return Fail(ERROR_ACCESS_DENIED, FALSE);
-  if (!ForceEnd(object->host_thread, object->forced_end) || !JoinSoon(object->host_thread)) {
+  if (!ForceEnd(object->host_thread, object->forced_end) || !JoinSoon(*object)) {
     object->is_taken_away = false;
     return Fail(ERROR_BUSY, FALSE);
   }

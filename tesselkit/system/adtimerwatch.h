@@ -6,15 +6,15 @@
 // interval after the one before has returned, the first one interval after the start, by a clock
 // that nobody sets. They come on the watch's own thread, one after the other.
 //
-// An exception that leaves a callback is ended there and ends the thread and nothing else; the watch
-// counts as running until it is stopped. A callback that has not returned ten seconds after the
-// request to stop has its thread ended by force: none of its destructors and handlers runs, and what
-// it holds stays held (see platform/threads.h).
+// An exception that leaves a callback is ended there and ends the thread and nothing else; the
+// watch counts as running until it is stopped. A callback that has not returned ten seconds after
+// the request to stop has its thread ended by force: none of its destructors and handlers runs, and
+// what it holds stays held (see platform/threads.h).
 //
 // A watch belongs to one thread, its owner's. A callback may call everything that is public but the
 // destructor on its own watch. A derived class with a callback of its own starts at the end of its
-// constructor, not through the base's, and stops in its destructor, since the thread would call into
-// an object half made or half gone.
+// constructor, not through the base's, and stops in its destructor, since the thread would call
+// into an object half made or half gone.
 #pragma once
 
 #include <atomic>
@@ -24,7 +24,8 @@
 
 class TESSELKIT_API AdTimerWatch {
  public:
-  // A null `callback` is none. Both fail as SetPollInterval does, and start when `start` is nonzero.
+  // A null `callback` is none. Both fail as SetPollInterval does, and start when `start` is
+  // nonzero.
   AdTimerWatch(void (*callback)(), long millsec, int start);
   AdTimerWatch(long millsec, int start);
 

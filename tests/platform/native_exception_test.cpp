@@ -12,17 +12,7 @@
 #include <thread>
 
 #include "tests/support/faulting_code.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define TEST_SANITIZED true
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define TEST_SANITIZED true
-#endif
-#endif
-#ifndef TEST_SANITIZED
-#define TEST_SANITIZED false
-#endif
+#include "tests/support/sanitized.h"
 
 namespace {
 
@@ -126,7 +116,7 @@ const StrikeRow kFaultRows[] = {
 class Signals : public testing::Test {
  protected:
   void SetUp() override {
-    if (TEST_SANITIZED) GTEST_SKIP() << "the sanitizers take these signals themselves";
+    if (test::kIsSanitized) GTEST_SKIP() << "the sanitizers take these signals themselves";
   }
 };
 
