@@ -5,6 +5,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <climits>
+
 namespace tesselkit::platform {
 
 namespace {
@@ -17,10 +19,17 @@ struct ThisThread {
 // At a fixed distance from the thread's pointer, so that the handler finds it without allocating.
 constinit thread_local ThisThread this_thread __attribute__((tls_model("initial-exec"))){};
 
-// Nothing of the C library: its own end of a thread unwinds the stack.
+// The C library gives the thread's descriptor, keys and all, to a thread that is created later.
+void ForgetKeys() noexcept {
+  for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) pthread_setspecific(key, nullptr);
+}
+
+// Not by the C library's own end of a thread, which unwinds the stack.
 void EndIfDue() noexcept {
   const ForcedEnd* const end = this_thread.end.load(std::memory_order_relaxed);
-  if (end != nullptr && end->is_due.load()) syscall(SYS_exit, 0);
+  if (end == nullptr || !end->is_due.load()) return;
+  ForgetKeys();
+  syscall(SYS_exit, 0);
 }
 
 void OnSignal(int) {

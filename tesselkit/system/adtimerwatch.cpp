@@ -120,8 +120,9 @@ void AdTimerWatch::OnTimeoutCallback() {
   OutputDebugStringA("We are in OnTimeoutCallback");
 }
 
-// False when an exception has come out, which is ended here.
-bool AdTimerWatch::CallBack() {
+// False when an exception has come out, which is ended here. The forced unwinding is caught by a
+// reference to nothing, which is how the C++ runtime has it.
+__attribute__((no_sanitize("null"))) bool AdTimerWatch::CallBack() {
   try {
     if (m_Callback != nullptr) {
       m_Callback();
@@ -130,7 +131,7 @@ bool AdTimerWatch::CallBack() {
     }
     return true;
   } catch (abi::__forced_unwind&) {
-    throw;  // a callback that leaves by pthread_exit; the host wants it back
+    throw;  // a callback that leaves by pthread_exit
   } catch (CException* exception) {
     exception->Delete();
   } catch (AdOMException* exception) {

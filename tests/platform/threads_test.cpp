@@ -271,6 +271,30 @@ TEST_F(ForcedEnds, ReachThreadsWhoseCreatorBlocksSignals) {
   EXPECT_TRUE(TerminateThread(thread.handle, 1));
 }
 
+// The C library hands a thread's descriptor on to the next, and with it what was kept there.
+TEST_F(ForcedEnds, LeaveNothingToTheNextThread) {
+  static int value;
+  static thread_local int* own = nullptr;
+  pthread_key_t key;
+  ASSERT_EQ(pthread_key_create(&key, nullptr), 0);
+  where = 0;
+  Started thread([&]() -> unsigned long {
+    pthread_setspecific(key, own = &value);
+    Sleep();
+    return 0;
+  });
+  while (where == 0) std::this_thread::yield();
+  ASSERT_TRUE(TerminateThread(thread.handle, 1));
+  for (int i = 0; i < 3; ++i) {
+    Started next([&]() -> unsigned long {
+      return pthread_getspecific(key) == nullptr && own == nullptr ? 0 : 1;
+    });
+    WaitForSingleObject(next.handle, INFINITE);
+    EXPECT_EQ(next.ExitCode(), 0u);
+  }
+  pthread_key_delete(key);
+}
+
 TEST_F(ForcedEnds, AreNotForTheCallingThread) {
   HANDLE own = nullptr;
   const HANDLE go = NewEvent(FALSE);

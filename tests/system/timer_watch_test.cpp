@@ -75,7 +75,8 @@ class TimerWatch : public TimerWatchInRealTime {
 TEST_F(TimerWatch, IntervalsAreWithinTheLimits) {
   AdTimerWatch watch(&CountCall, 7, 0);
   const std::string refused =
-      "18019 " + test::ConditionText("millsec >= m_PollMin && millsec <= m_PollMax", "adtimerwatch");
+      "18019 " +
+      test::ConditionText("millsec >= m_PollMin && millsec <= m_PollMax", "adtimerwatch");
   for (const long bad : {-1L, -5L, 36'000'001L, LONG_MIN, LONG_MAX, 1L << 32 | 1}) {
     EXPECT_EQ(ThrownBy([&] { watch.SetPollInterval(bad); }), refused);
     EXPECT_EQ(ThrownBy([&] { AdTimerWatch(bad, 1); }), refused);
