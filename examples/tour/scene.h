@@ -13,6 +13,9 @@ void Say(const char* format, ...) TESSELKIT_PRINTF(1, 2);
 // Prints a text with every line of it set in.
 void SayIndented(const char* mark, const std::string& text);
 
+// Prints what is traced from now on, as it is.
+void ShowTraces();
+
 // The text of what was caught, which is ended here.
 std::string TextOf(PaMsgException* caught);
 
@@ -30,6 +33,7 @@ void LanguageScene(const Places& places);
 void TextScene(const Places& places);
 void ObjectsScene(const Places& places);
 void EncodingsScene(const Places& places);
+void TimerScene(const Places& places);
 
 // What the program prints when it runs once more for LanguageScene.
 void SayInProcessLanguage();

@@ -28,6 +28,10 @@ void SayIndented(const char* mark, const std::string& text) {
   }
 }
 
+void ShowTraces() {
+  tesselkit::platform::SetDebugOutputSink([](const char* text) { SayIndented("debug |", text); });
+}
+
 std::string TextOf(PaMsgException* caught) {
   std::string text(caught->m_msgList.First().GetFullMsg());
   caught->Delete();
@@ -53,6 +57,7 @@ constexpr Scene kScenes[] = {
     {"Objects", ObjectsScene},
     {"Encodings", EncodingsScene},
     {"Faults", FaultsScene},
+    {"Timers", TimerScene},
 };
 
 // A directory of the tour's own, gone when the tour ends.
@@ -76,7 +81,7 @@ class ScratchDirectory {
 };
 
 void PlayAll(const Places& places) {
-  tesselkit::platform::SetDebugOutputSink([](const char* text) { SayIndented("debug |", text); });
+  ShowTraces();
   int number = 0;
   for (const Scene& scene : kScenes) {
     Say("\n%d. %s\n\n", ++number, scene.title);

@@ -278,4 +278,16 @@ TEST(MemoryFaults, AReportThatCannotBeMadeIsEmpty) {
   EXPECT_TRUE(number > 1 && number < 500) << number;
 }
 
+TEST(MemoryFaults, AWatchWithoutAThreadIsStopped) {
+  tesselkit::platform::SetDebugOutputSink([](const char*) {});
+  int number = 0;
+  do {
+    AdTimerWatch watch(36'000'000, 0);
+    EXPECT_FALSE(EndsWithoutMemory(++number, [&] { watch.StartWatch(); }));
+    EXPECT_EQ(watch.IsTimerRunning(), was_refused ? 0 : 1) << number;
+  } while (was_refused && number < 200);
+  EXPECT_TRUE(number > 1 && number < 200) << number;
+  tesselkit::platform::SetDebugOutputSink({});
+}
+
 }  // namespace

@@ -203,6 +203,20 @@ TEST(Threads, RefuseWhatTheyAreNot) {
   CloseHandle(event);
 }
 
+TEST(Threads, CannotEndThemselvesByForce) {
+  HANDLE own = nullptr;
+  const HANDLE go = NewEvent(FALSE);
+  Started thread([&]() -> unsigned long {
+    WaitForSingleObject(go, INFINITE);
+    return TerminateThread(own, 1) ? 0 : GetLastError();
+  });
+  own = thread.handle;
+  SetEvent(go);
+  WaitForSingleObject(thread.handle, INFINITE);
+  EXPECT_EQ(thread.ExitCode(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
+  CloseHandle(go);
+}
+
 class ForcedEnds : public testing::Test {
  protected:
   void SetUp() override {
@@ -293,20 +307,6 @@ TEST_F(ForcedEnds, LeaveNothingToTheNextThread) {
     EXPECT_EQ(next.ExitCode(), 0u);
   }
   pthread_key_delete(key);
-}
-
-TEST_F(ForcedEnds, AreNotForTheCallingThread) {
-  HANDLE own = nullptr;
-  const HANDLE go = NewEvent(FALSE);
-  Started thread([&]() -> unsigned long {
-    WaitForSingleObject(go, INFINITE);
-    return TerminateThread(own, 1) ? 0 : GetLastError();
-  });
-  own = thread.handle;
-  SetEvent(go);
-  WaitForSingleObject(thread.handle, INFINITE);
-  EXPECT_EQ(thread.ExitCode(), static_cast<DWORD>(ERROR_ACCESS_DENIED));
-  CloseHandle(go);
 }
 
 // Threads that do nothing but take the locks of the layer are ended at any instruction; what they
