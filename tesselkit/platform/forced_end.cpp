@@ -76,6 +76,7 @@ void AcceptForcedEnd(ForcedEnd* end) noexcept {
   sigemptyset(&only);
   sigaddset(&only, TheSignal());
   pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
+  EndIfDue();  // the signal may have come before
 }
 
 bool ForceEnd(std::thread::native_handle_type thread, ForcedEnd& end) noexcept {

@@ -271,6 +271,18 @@ TEST_F(ForcedEnds, RunNothingOfTheThread) {
   }
 }
 
+TEST_F(ForcedEnds, ReachThreadsThatHaveHardlyBegun) {
+  for (int i = 0; i < 300; ++i) {
+    const auto body = [](void*) -> unsigned long {
+      Sleep();
+      return 0;
+    };
+    const HANDLE thread = CreateThread(nullptr, 0, body, nullptr, 0, nullptr);
+    ASSERT_TRUE(TerminateThread(thread, 1));
+    CloseHandle(thread);
+  }
+}
+
 // The thread that creates one may have all signals blocked, as hosts do that wait for them.
 TEST_F(ForcedEnds, ReachThreadsWhoseCreatorBlocksSignals) {
   sigset_t all, before;
