@@ -30,7 +30,8 @@ class EmptyHive final : public HiveStore {
   LONG CreateKey(KeyId, std::span<const HiveName>, std::string_view, KeyId&, bool&) override {
     return ERROR_ACCESS_DENIED;
   }
-  LONG WriteValue(KeyId, const HiveName&, DWORD, std::string_view) override {
+  LONG WriteValue(KeyId, std::span<const HiveName>, const HiveName&, DWORD,
+                  std::string_view) override {
     return ERROR_ACCESS_DENIED;
   }
   LONG DeleteValue(KeyId, std::string_view) override { return ERROR_FILE_NOT_FOUND; }

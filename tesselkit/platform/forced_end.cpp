@@ -26,8 +26,7 @@ void ForgetKeys() noexcept {
 
 // Not by the C library's own end of a thread, which unwinds the stack.
 void EndIfDue() noexcept {
-  const ForcedEnd* const end = this_thread.end.load(std::memory_order_relaxed);
-  if (end == nullptr || !end->is_due.load()) return;
+  if (!IsForcedEndDue()) return;
   ForgetKeys();
   syscall(SYS_exit, 0);
 }
@@ -86,15 +85,23 @@ bool ForceEnd(std::thread::native_handle_type thread, ForcedEnd& end) noexcept {
   return true;
 }
 
+bool IsForcedEndDue() noexcept {
+  const ForcedEnd* const end = this_thread.end.load(std::memory_order_relaxed);
+  return end != nullptr && end->is_due.load();
+}
+
 // The handler runs on the same thread, so the order of the instructions is all that counts.
 HoldOffForcedEnd::HoldOffForcedEnd() noexcept {
-  this_thread.hold_offs.fetch_add(1, std::memory_order_relaxed);
+  const int before = this_thread.hold_offs.load(std::memory_order_relaxed);
+  this_thread.hold_offs.store(before + 1, std::memory_order_relaxed);
   std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
 HoldOffForcedEnd::~HoldOffForcedEnd() {
   std::atomic_signal_fence(std::memory_order_seq_cst);
-  if (this_thread.hold_offs.fetch_sub(1, std::memory_order_relaxed) == 1) EndIfDue();
+  const int left = this_thread.hold_offs.load(std::memory_order_relaxed) - 1;
+  this_thread.hold_offs.store(left, std::memory_order_relaxed);
+  if (left == 0) EndIfDue();
 }
 
 }  // namespace tesselkit::platform

@@ -19,6 +19,10 @@ void AcceptForcedEnd(ForcedEnd* end) noexcept;
 // False when no signal is free for it.
 bool ForceEnd(std::thread::native_handle_type thread, ForcedEnd& end) noexcept;
 
+// Whether the calling thread is to leave. Who waits while the end is held off should wait no
+// longer.
+bool IsForcedEndDue() noexcept;
+
 // Keeps the calling thread from being ended by force within a scope, which must be short: what
 // takes a lock that others need stands in one.
 class HoldOffForcedEnd {

@@ -56,6 +56,12 @@ bool IsThere(const std::string& file_name) {
   return stat(file_name.c_str(), &state) == 0;
 }
 
+// Whether there is anything in the hive's log.
+bool HasLog(const std::string& file_name) {
+  struct stat state;
+  return stat((file_name + "-wal").c_str(), &state) == 0 && state.st_size > 0;
+}
+
 }  // namespace
 
 Hive& HiveOf(HiveKind kind) {
@@ -80,7 +86,7 @@ LONG Hive::Ready(bool makes_it) {
       return ERROR_SUCCESS;
     case State::kAlone:
       // As soon as there is a log, the hive can be read with others.
-      if (Mark() == m_mark && !IsThere(m_file_name + "-wal")) return ERROR_SUCCESS;
+      if (Mark() == m_mark && !HasLog(m_file_name)) return ERROR_SUCCESS;
       break;
     case State::kAbsent:
       if (!makes_it && !IsThere(m_file_name)) return ERROR_SUCCESS;
@@ -114,7 +120,9 @@ LONG Hive::OpenFile(bool is_writable) {
   LONG status = ERROR_ACCESS_DENIED;
   if (is_writable) status = OpenStore(m_file_name, HiveAccess::kWrite, store);
   if (status == ERROR_ACCESS_DENIED) status = OpenStore(m_file_name, HiveAccess::kRead, store);
-  if (status != ERROR_SUCCESS && !IsThere(m_file_name + "-wal")) return OpenAlone();
+  if (status == ERROR_ACCESS_DENIED && !HasLog(m_file_name)) return OpenAlone();
+  // A writer may have made the log just now.
+  if (status == ERROR_ACCESS_DENIED) status = OpenStore(m_file_name, HiveAccess::kRead, store);
   if (status != ERROR_SUCCESS) return status;
   Keep(std::move(store));
   m_state = State::kOpen;
@@ -137,6 +145,7 @@ void Hive::Close() {
 }
 
 void Hive::Forget() {
+  const HoldOffForcedEnd hold_off;
   const std::lock_guard lock(m_mutex);
   Close();
   m_file_name.clear();
@@ -149,14 +158,15 @@ void Hive::BeforeFork() {
 }
 
 void SetHiveOpener(HiveOpener opener) {
+  const HoldOffForcedEnd hold_off;
   OpenerHolder& holder = TheOpener();
   const std::lock_guard lock(holder.mutex);
   holder.opener = std::move(opener);
 }
 
 void ForgetHives() {
-  HiveOf(HiveKind::kUser).Forget();
-  HiveOf(HiveKind::kMachine).Forget();
+  Hives()[0].Forget();
+  Hives()[1].Forget();
 }
 
 }  // namespace tesselkit::platform

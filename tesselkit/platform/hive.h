@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tesselkit/platform/export.h"
+#include "tesselkit/platform/forced_end.h"
 #include "tesselkit/platform/hive_cache.h"
 #include "tesselkit/platform/hive_file.h"
 #include "tesselkit/platform/sqlite_hive.h"
@@ -24,6 +25,7 @@ class Hive {
   // had. A hive that is not there is an empty one unless `makes_it`.
   template <class Work>
   LONG Use(bool makes_it, Work work) {
+    const HoldOffForcedEnd hold_off;
     const std::lock_guard lock(m_mutex);
     const LONG status = Ready(makes_it);
     return status == ERROR_SUCCESS ? work(*m_cache) : status;

@@ -71,6 +71,7 @@ const HiveCache::Entry<Content>& HiveCache::Get(Entries<Content>& entries, KeyId
     if (const Entry<Content>* known = Known(entries, key, rest)) return *known;
   }
   Entry<Content>& passing = entries.passing;
+  passing.content = Content{};  // which may have been a large one
   passing.status = read(passing.content);
   const bool is_answer = passing.status == ERROR_SUCCESS || passing.status == ERROR_FILE_NOT_FOUND;
   const std::size_t size = SizeOf(passing.content) + rest.size();
@@ -80,8 +81,9 @@ const HiveCache::Entry<Content>& HiveCache::Get(Entries<Content>& entries, KeyId
     entries.by_name.clear();
     entries.bytes = 0;
   }
-  entries.bytes += size;
   Entry<Content>& entry = entries.by_name[std::string(NameOf(key, rest))];
+  if (entry.generation != 0) entries.bytes -= SizeOf(entry.content) + rest.size();
+  entries.bytes += size;
   entry = passing;
   entry.generation = before;
   return entry;

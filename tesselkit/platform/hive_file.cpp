@@ -8,8 +8,10 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -202,6 +204,14 @@ bool WriteAll(int fd, std::string_view bytes) {
   return true;
 }
 
+// Gives the draft its name, unless that is taken. Not every file system knows both ways.
+bool Place(const std::string& draft, const std::string& file_name) {
+  if (renameat2(AT_FDCWD, draft.c_str(), AT_FDCWD, file_name.c_str(), RENAME_NOREPLACE) == 0) {
+    return true;
+  }
+  return errno != EEXIST && link(draft.c_str(), file_name.c_str()) == 0;
+}
+
 std::string DirectoryOf(const std::string& file_name) {
   const std::size_t slash = file_name.find_last_of('/');
   return slash == std::string::npos ? "" : file_name.substr(0, slash);
@@ -214,7 +224,9 @@ void SyncDirectory(const std::string& directory) {
 
 }  // namespace
 
-std::string HiveFileName(HiveKind kind) {
+namespace {
+
+std::string NamedHiveFile(HiveKind kind) {
   if (kind == HiveKind::kMachine) {
     std::string named = Setting("TESSELKIT_REGISTRY_MACHINE");
     return named.empty() ? "/var/lib/tesselkit/registry/machine.hive" : named;
@@ -223,6 +235,18 @@ std::string HiveFileName(HiveKind kind) {
   if (!named.empty()) return named;
   const std::string data = UserDataDirectory();
   return data.empty() ? "" : data + "/tesselkit/registry/user.hive";
+}
+
+}  // namespace
+
+// The process may go to another directory, and the log stands beside the file that a link names.
+std::string HiveFileName(HiveKind kind) {
+  const std::string named = NamedHiveFile(kind);
+  if (named.empty()) return named;
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(named, error);
+  const std::filesystem::path resolved = std::filesystem::weakly_canonical(absolute, error);
+  return error ? absolute.string() : resolved.string();
 }
 
 HiveFileState InspectHiveFile(const std::string& file_name) {
@@ -244,8 +268,7 @@ LONG CreateHiveFile(const std::string& file_name, HiveKind kind) {
   if (file.Get() < 0) return StatusOfOpen(errno);
   const bool is_written = WriteAll(file.Get(), image) && fchmod(file.Get(), FileMode(kind)) == 0 &&
                           fsync(file.Get()) == 0;
-  const bool is_there =
-      is_written && (link(draft.c_str(), file_name.c_str()) == 0 || errno == EEXIST);
+  const bool is_there = is_written && (Place(draft, file_name) || errno == EEXIST);
   const int error = errno;
   unlink(draft.c_str());
   if (!is_there) return StatusOfOpen(error);

@@ -10,7 +10,7 @@ namespace tesselkit::platform {
 // Who the hive is for decides where it is and who may read it.
 enum class HiveKind : int { kUser, kMachine };
 
-// As the environment says now; empty when it names no place.
+// As the environment says now, whole and free of links; empty when it names no place.
 std::string HiveFileName(HiveKind kind);
 
 struct HiveFileState {

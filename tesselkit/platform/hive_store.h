@@ -42,12 +42,15 @@ struct StoredValue {
   std::string data;
 };
 
+// With the folded name under which it is kept: the process may fold otherwise by now.
 struct ListedKey {
   std::string name;
+  std::string folded;
 };
 
 struct ListedValue {
   std::string name;
+  std::string folded;
   StoredValue value;
 };
 
@@ -92,7 +95,9 @@ class HiveStore {
   // Makes what is missing of `path` below `parent`; `is_new` tells whether its last key was.
   virtual LONG CreateKey(KeyId parent, std::span<const HiveName> path, std::string_view class_name,
                          KeyId& id, bool& is_new) = 0;
-  virtual LONG WriteValue(KeyId key, const HiveName& name, DWORD type, std::string_view data) = 0;
+  // Makes what is missing of `path` below `key`, and writes a value there.
+  virtual LONG WriteValue(KeyId key, std::span<const HiveName> path, const HiveName& name,
+                          DWORD type, std::string_view data) = 0;
   virtual LONG DeleteValue(KeyId key, std::string_view folded) = 0;
   // ERROR_ACCESS_DENIED when the key has subkeys.
   virtual LONG DeleteKey(KeyId key) = 0;

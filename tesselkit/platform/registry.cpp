@@ -148,41 +148,61 @@ bool IsBeyond(const char* name, std::size_t longest) {
   return ViewOf(name).size() > longest;
 }
 
+constexpr DWORD kFirstBatch = 8;
+constexpr DWORD kLargestBatch = 1024;
+
+// Reads items from `place` on; the first of them has the index `first`.
+template <class Item, class List>
+LONG ReadBatch(ReadAhead<Item>& ahead, DWORD first, const ListPlace& place, HiveCache& hive,
+               List list) {
+  const std::uint64_t generation = hive.Generation();
+  ahead.first = first;
+  ahead.generation = 0;
+  const LONG status = list(place, ahead.items);
+  if (status != ERROR_SUCCESS) ahead.items.clear();
+  if (hive.Generation() == generation) ahead.generation = generation;
+  ahead.next_most = std::min(place.most * 2, kLargestBatch);
+  return status;
+}
+
+template <class Item>
+bool Has(const ReadAhead<Item>& ahead, DWORD index) {
+  return index >= ahead.first && index - ahead.first < ahead.items.size();
+}
+
 // The items that have been read ahead, with the one at `index` among them unless there is none.
 // Whoever asks for one index after the other has each name read once, and goes on behind the last
 // name also when somebody has written meanwhile.
 template <class Item, class List>
 LONG ReadAheadTo(ReadAhead<Item>& ahead, DWORD index, HiveCache& hive, List list) {
-  constexpr DWORD kFirstBatch = 8;
-  constexpr DWORD kLargestBatch = 1024;
   const std::uint64_t generation = hive.Generation();
   const bool is_current = generation != 0 && ahead.generation == generation;
-  const DWORD offset = index - ahead.first;
-  if (is_current && index >= ahead.first && offset < ahead.items.size()) return ERROR_SUCCESS;
+  if (is_current && Has(ahead, index)) return ERROR_SUCCESS;
 
-  std::string from;
   ListPlace place;
+  if (is_current && index < ahead.first) {  // on the way down
+    const DWORD first = index - std::min(index, kLargestBatch - 1);
+    place.skip = first;
+    place.most = index - first + 1;
+    const LONG status = ReadBatch(ahead, first, place, hive, list);
+    if (status != ERROR_SUCCESS || Has(ahead, index)) return status;
+  }
+  std::string from;
   place.skip = index;
-  if (index > ahead.first && offset - 1 < ahead.items.size()) {
-    from = FoldedName(ahead.items[offset - 1].name) + '\0';
+  if (index > 0 && Has(ahead, index - 1)) {
+    from = ahead.items[index - 1 - ahead.first].folded + '\0';
     place.skip = 0;
   }
   place.from = from;
   const bool goes_on = is_current && place.skip == 0 && index != 0;
   place.most = generation == 0 ? 1 : goes_on ? ahead.next_most : kFirstBatch;
-  const LONG status = list(place, ahead.items);
-  if (status != ERROR_SUCCESS) ahead.items.clear();
-  ahead.first = index;
-  ahead.next_most = std::min(place.most * 2, kLargestBatch);
-  ahead.generation = hive.Generation() == generation ? generation : 0;
-  return status;
+  return ReadBatch(ahead, index, place, hive, list);
 }
 
 template <class Item>
 LONG ItemAt(const ReadAhead<Item>& ahead, DWORD index, const Item*& item) {
-  const DWORD offset = index - ahead.first;
-  if (offset >= ahead.items.size()) return ERROR_NO_MORE_ITEMS;
-  item = &ahead.items[offset];
+  if (!Has(ahead, index)) return ERROR_NO_MORE_ITEMS;
+  item = &ahead.items[index - ahead.first];
   return ERROR_SUCCESS;
 }
 
@@ -207,17 +227,12 @@ LONG EndOrGone(HiveCache& hive, KeyId key, LONG status) {
   return key_status == ERROR_FILE_NOT_FOUND ? status : key_status;
 }
 
-LONG ClassOfSubkey(HiveCache& hive, KeyId key, std::string_view name, char* out, DWORD* size) {
+LONG ClassOfSubkey(HiveCache& hive, KeyId key, std::string_view folded, char* out, DWORD* size) {
   KeyId id = 0;
   const KeyInfo* info = nullptr;
-  LONG status = hive.FindPath(key, FoldedName(name), id);
+  LONG status = hive.FindPath(key, folded, id);
   if (status == ERROR_SUCCESS) status = hive.ReadInfo(id, info);
   return status == ERROR_SUCCESS ? GiveClass(info->class_name, out, size) : status;
-}
-
-LONG WriteValue(KeyId key, HiveCache& hive, const char* name, DWORD type, std::string_view data) {
-  const std::string folded = FoldedName(ViewOf(name));
-  return hive.Store().WriteValue(key, {ViewOf(name), folded}, type, data);
 }
 
 std::string_view BytesOf(const BYTE* data, DWORD size) {
@@ -321,7 +336,7 @@ LONG RegQueryValueA(HKEY key, LPCSTR sub_key, LPSTR data, PLONG size) {
   if (status != ERROR_SUCCESS) return status;
   status = WithKey(opened, kQuery, [&](OpenKey& open, HiveCache& hive) -> LONG {
     const StoredValue* value = nullptr;
-    const LONG found = hive.ReadValue(open.id, {}, value);
+    const LONG found = Located(hive, open.id, hive.ReadValue(open.id, {}, value));
     if (found != ERROR_SUCCESS && found != ERROR_FILE_NOT_FOUND) return found;
     if (found == ERROR_SUCCESS && value->type != REG_SZ) return ERROR_INVALID_DATA;
     std::string text = found == ERROR_SUCCESS ? value->data : std::string();
@@ -343,21 +358,18 @@ LONG RegSetValueExA(HKEY key, LPCSTR name, DWORD reserved, DWORD type, const BYT
     return ERROR_INVALID_PARAMETER;
   }
   return WithKey(key, kMakeValue, [&](OpenKey& open, HiveCache& hive) {
-    return WriteValue(open.id, hive, name, type, BytesOf(data, size));
+    const std::string folded = FoldedName(ViewOf(name));
+    return hive.Store().WriteValue(open.id, {}, {ViewOf(name), folded}, type, BytesOf(data, size));
   });
 }
 
 LONG RegSetValueA(HKEY key, LPCSTR sub_key, DWORD type, LPCSTR data, DWORD) {
   if (type != REG_SZ || data == nullptr) return ERROR_INVALID_PARAMETER;
-  HKEY opened = nullptr;
-  LONG status = RegCreateKeyExA(key, sub_key, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_SET_VALUE,
-                                nullptr, &opened, nullptr);
-  if (status != ERROR_SUCCESS) return status;
-  status = WithKey(opened, kMakeValue, [&](OpenKey& open, HiveCache& hive) {
-    return WriteValue(open.id, hive, nullptr, type, {data, std::strlen(data) + 1});
+  return WithKey(key, kMakeValue, [&](OpenKey& open, HiveCache& hive) -> LONG {
+    const RegistryPath path(ViewOf(sub_key));
+    if (path.Status() != ERROR_SUCCESS) return path.Status();
+    return hive.Store().WriteValue(open.id, path.Names(), {}, type, {data, std::strlen(data) + 1});
   });
-  RegCloseKey(opened);
-  return status;
 }
 
 LONG RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD name_size, LPDWORD reserved,
@@ -369,11 +381,13 @@ LONG RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD name_size, LPDWORD
   return WithKey(key, kEnumerate, [&](OpenKey& open, HiveCache& hive) -> LONG {
     const ListedKey* item = nullptr;
     LONG status = EndOrGone(hive, open.id, KeyAt(open, index, hive, item));
-    if (status == ERROR_SUCCESS) status = GiveName(item->name, name, name_size);
+    if (status == ERROR_SUCCESS && *name_size <= item->name.size()) status = ERROR_MORE_DATA;
+    if (status == ERROR_SUCCESS && (class_name != nullptr || class_size != nullptr)) {
+      status = ClassOfSubkey(hive, open.id, item->folded, class_name, class_size);
+    }
     if (status != ERROR_SUCCESS) return status;
     GiveNoTime(last_write);
-    if (class_name == nullptr && class_size == nullptr) return status;
-    return ClassOfSubkey(hive, open.id, item->name, class_name, class_size);
+    return GiveName(item->name, name, name_size);
   });
 }
 

@@ -20,6 +20,8 @@
 // file that is no hive or is damaged ERROR_BADDB (and is not written to), a full disk
 // ERROR_DISK_FULL. A failed write changes nothing.
 //
+// A hive's file must not be moved, replaced or removed while a process uses it.
+//
 // Processes, and threads of one process, may use the registry at once: a write is seen by whoever
 // asks after it has returned, and survives the death of every process; RegFlushKey makes it survive
 // a power cut. Writers wait for each other. A handle may be used by several threads. After a fork

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <mutex>
 
+#include "tesselkit/platform/forced_end.h"
 #include "tesselkit/platform/registry.h"
 
 namespace tesselkit::platform {
@@ -33,6 +34,15 @@ struct HandleTable {
   std::uint64_t next_serial = kFirstSerial;
 };
 
+// The table to itself.
+struct TableInUse {
+  TableInUse();
+
+  HoldOffForcedEnd hold_off;
+  HandleTable& table;
+  std::lock_guard<std::mutex> lock;
+};
+
 HandleTable& TheTable();
 
 void LockTable() {
@@ -50,6 +60,8 @@ HandleTable& TheTable() {
   return table;
 }
 
+TableInUse::TableInUse() : table(TheTable()), lock(table.mutex) {}
+
 std::uintptr_t NumberOf(HKEY handle) {
   return reinterpret_cast<std::uintptr_t>(handle);
 }
@@ -61,17 +73,23 @@ Slot* SlotOf(HandleTable& table, HKEY handle) {
   return slot.key != nullptr && slot.serial == NumberOf(handle) >> kSlotBits ? &slot : nullptr;
 }
 
+using PredefinedKeys = std::array<std::shared_ptr<OpenKey>, kLastPredefined - kFirstPredefined + 1>;
+
+PredefinedKeys* MakePredefinedKeys() {
+  auto keys = std::make_unique<PredefinedKeys>();
+  for (std::size_t i = 0; i < keys->size(); ++i) {
+    const bool is_users = kFirstPredefined + i == NumberOf(HKEY_CURRENT_USER);
+    Hive& hive = HiveOf(is_users ? HiveKind::kUser : HiveKind::kMachine);
+    (*keys)[i] = std::make_shared<OpenKey>(
+        OpenKey{&hive, static_cast<KeyId>(i + 1), MAXIMUM_ALLOWED, {}, {}});
+  }
+  return keys.release();
+}
+
+// They stay for whoever uses the registry while the process ends.
 std::shared_ptr<OpenKey> PredefinedKey(HKEY handle) {
-  static const auto keys = [] {
-    std::array<std::shared_ptr<OpenKey>, kLastPredefined - kFirstPredefined + 1> made;
-    for (std::size_t i = 0; i < made.size(); ++i) {
-      const bool is_users = kFirstPredefined + i == NumberOf(HKEY_CURRENT_USER);
-      Hive& hive = HiveOf(is_users ? HiveKind::kUser : HiveKind::kMachine);
-      made[i] = std::make_shared<OpenKey>(
-          OpenKey{&hive, static_cast<KeyId>(i + 1), MAXIMUM_ALLOWED, {}, {}});
-    }
-    return made;
-  }();
+  const HoldOffForcedEnd hold_off;
+  static const PredefinedKeys& keys = *MakePredefinedKeys();
   return keys[NumberOf(handle) - kFirstPredefined];
 }
 
@@ -82,8 +100,8 @@ bool IsPredefined(HKEY handle) {
 }
 
 HKEY AddHandle(std::shared_ptr<OpenKey> key) {
-  HandleTable& table = TheTable();
-  const std::lock_guard lock(table.mutex);
+  TableInUse in_use;
+  HandleTable& table = in_use.table;
   if (table.free_slots.empty()) {
     if (table.slots.size() == kMostHandles) return nullptr;
     table.slots.emplace_back();
@@ -100,20 +118,18 @@ HKEY AddHandle(std::shared_ptr<OpenKey> key) {
 
 std::shared_ptr<OpenKey> KeyOf(HKEY handle) {
   if (IsPredefined(handle)) return PredefinedKey(handle);
-  HandleTable& table = TheTable();
-  const std::lock_guard lock(table.mutex);
-  Slot* slot = SlotOf(table, handle);
+  TableInUse in_use;
+  Slot* slot = SlotOf(in_use.table, handle);
   return slot != nullptr ? slot->key : nullptr;
 }
 
 bool RemoveHandle(HKEY handle) {
-  HandleTable& table = TheTable();
   std::shared_ptr<OpenKey> key;  // ends behind the lock
-  const std::lock_guard lock(table.mutex);
-  Slot* slot = SlotOf(table, handle);
+  TableInUse in_use;
+  Slot* slot = SlotOf(in_use.table, handle);
   if (slot == nullptr) return false;
   key = std::move(slot->key);
-  table.free_slots.push_back(static_cast<std::uint32_t>(slot - table.slots.data()));
+  in_use.table.free_slots.push_back(static_cast<std::uint32_t>(slot - in_use.table.slots.data()));
   return true;
 }
 

@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "tesselkit/platform/forced_end.h"
 #include "tesselkit/platform/hive_schema.h"
 #include "tesselkit/platform/sqlite_session.h"
 
@@ -21,12 +22,12 @@ constexpr int kLogPagesBeforeCheckpoint = 1000;
 constexpr int kLongestLogKept = 8 << 20;
 constexpr int kCacheKibibytes = 8192;
 
-// Waits for another writer, up to a minute: a registry write takes microseconds, so the pauses are
-// short ones.
+// Waits for another writer, up to a minute or until the thread is to be ended by force: a registry
+// write takes microseconds, so the pauses are short ones.
 int WaitForWriter(void*, int tries) {
   constexpr int kShortPauses = 50;
   constexpr int kMostTries = 12'000;
-  if (tries >= kMostTries) return 0;
+  if (tries >= kMostTries || IsForcedEndDue()) return 0;
   const long pause = tries < kShortPauses ? 100'000 : 5'000'000;
   const timespec wait = {0, pause};
   nanosleep(&wait, nullptr);
@@ -50,7 +51,8 @@ class SqliteHive final : public HiveStore {
   LONG ListValues(KeyId key, const ListPlace& place, std::vector<ListedValue>& values) override;
   LONG CreateKey(KeyId parent, std::span<const HiveName> path, std::string_view class_name,
                  KeyId& id, bool& is_new) override;
-  LONG WriteValue(KeyId key, const HiveName& name, DWORD type, std::string_view data) override;
+  LONG WriteValue(KeyId key, std::span<const HiveName> path, const HiveName& name, DWORD type,
+                  std::string_view data) override;
   LONG DeleteValue(KeyId key, std::string_view folded) override;
   LONG DeleteKey(KeyId key) override;
   LONG DeleteSubkeys(KeyId key) override;
@@ -81,6 +83,8 @@ class SqliteHive final : public HiveStore {
   LONG Write(Change change);
 
   LONG ReadRow(KeyId key, KeyRow& row);
+  LONG MakePath(KeyId parent, std::span<const HiveName> path, std::string_view class_name,
+                KeyId& id, bool& is_new);
   LONG MakeChild(KeyId parent, int depth, const HiveName& name, std::string_view class_name,
                  KeyId& id);
   LONG ReplaceValue(KeyId key, const HiveName& name, DWORD type, std::string_view data,
@@ -109,10 +113,10 @@ class SqliteHive final : public HiveStore {
   Statement m_read_row{
       "SELECT parent, depth, subkeys, folded, length(class) FROM keys WHERE id = ?1"};
   Statement m_list_keys{
-      "SELECT name FROM tree WHERE parent = ?1 AND folded >= ?2 "
+      "SELECT name, folded FROM tree WHERE parent = ?1 AND folded >= ?2 "
       "ORDER BY folded LIMIT ?3 OFFSET ?4"};
   Statement m_list_values{
-      "SELECT name, type, data FROM value WHERE key = ?1 AND folded >= ?2 "
+      "SELECT name, folded, type, data FROM value WHERE key = ?1 AND folded >= ?2 "
       "ORDER BY folded LIMIT ?3 OFFSET ?4"};
 
   Statement m_insert_key{"INSERT INTO keys (parent, depth, folded, class) VALUES (?1, ?2, ?3, ?4)"};
@@ -177,7 +181,13 @@ LONG SqliteHive::Prepare() {
       "; PRAGMA wal_autocheckpoint = " + std::to_string(kLogPagesBeforeCheckpoint) +
       "; PRAGMA cache_size = -" + std::to_string(kCacheKibibytes);
   const int code = sqlite3_exec(db, settings.c_str(), nullptr, nullptr, nullptr);
-  return code == SQLITE_OK ? Execute(m_touch) : Status(code);
+  if (code != SQLITE_OK) return Status(code);
+  // What ends a transaction must not find that there is no memory for it.
+  for (Statement* statement : {&m_begin, &m_begin_write, &m_commit, &m_rollback}) {
+    const int prepared = statement->Start(db);
+    if (prepared != SQLITE_OK) return Status(prepared);
+  }
+  return Execute(m_touch);
 }
 
 // SQLite maps the head of the log's index into every process that has the hive open. Its first 48
@@ -234,7 +244,9 @@ LONG SqliteHive::ReadInfo(KeyId key, KeyInfo& info) {
 LONG SqliteHive::ListKeys(KeyId parent, const ListPlace& place, std::vector<ListedKey>& keys) {
   keys.clear();
   Run run(m_db.get(), m_list_keys, parent, place.from, KeyId{place.most}, KeyId{place.skip});
-  while (run.Next()) keys.push_back({std::string(m_list_keys.Bytes(0))});
+  while (run.Next()) {
+    keys.push_back({std::string(m_list_keys.Bytes(0)), std::string(m_list_keys.Bytes(1))});
+  }
   return Status(run.Code());
 }
 
@@ -245,7 +257,8 @@ LONG SqliteHive::ListValues(KeyId key, const ListPlace& place, std::vector<Liste
   Run run(m_db.get(), m_list_values, key, place.from, KeyId{place.most}, KeyId{place.skip});
   while (bytes < kMostBytes && run.Next()) {
     values.push_back({std::string(m_list_values.Bytes(0)),
-                      {m_list_values.Count(1), std::string(m_list_values.Bytes(2))}});
+                      std::string(m_list_values.Bytes(1)),
+                      {m_list_values.Count(2), std::string(m_list_values.Bytes(3))}});
     bytes += values.back().value.data.size();
   }
   return Status(run.Code());
@@ -262,7 +275,7 @@ LONG SqliteHive::Write(Change change) {
     Execute(m_rollback);
     throw;
   }
-  if (status != ERROR_SUCCESS && sqlite3_get_autocommit(m_db.get()) == 0) Execute(m_rollback);
+  if (sqlite3_get_autocommit(m_db.get()) == 0) Execute(m_rollback);
   return status;
 }
 
@@ -321,28 +334,31 @@ LONG SqliteHive::MakeChild(KeyId parent, int depth, const HiveName& name,
   return status;
 }
 
+LONG SqliteHive::MakePath(KeyId parent, std::span<const HiveName> path, std::string_view class_name,
+                          KeyId& id, bool& is_new) {
+  KeyRow row;
+  LONG status = ReadRow(parent, row);
+  if (status != ERROR_SUCCESS) return status;
+  if (row.depth + path.size() > kMostLevels) return ERROR_INVALID_PARAMETER;
+  id = parent;
+  is_new = false;
+  for (const HiveName& name : path) {
+    ++row.depth;
+    const bool is_last = &name == &path.back();
+    const KeyId above = id;
+    status = is_new ? ERROR_FILE_NOT_FOUND : FindKey(above, name.folded, id);
+    if (status == ERROR_FILE_NOT_FOUND) {
+      is_new = true;
+      status = MakeChild(above, row.depth, name, is_last ? class_name : "", id);
+    }
+    if (status != ERROR_SUCCESS) return status;
+  }
+  return ERROR_SUCCESS;
+}
+
 LONG SqliteHive::CreateKey(KeyId parent, std::span<const HiveName> path,
                            std::string_view class_name, KeyId& id, bool& is_new) {
-  return Write([&]() -> LONG {
-    KeyRow row;
-    LONG status = ReadRow(parent, row);
-    if (status != ERROR_SUCCESS) return status;
-    if (row.depth + path.size() > kMostLevels) return ERROR_INVALID_PARAMETER;
-    id = parent;
-    is_new = false;
-    for (const HiveName& name : path) {
-      ++row.depth;
-      const bool is_last = &name == &path.back();
-      const KeyId above = id;
-      status = is_new ? ERROR_FILE_NOT_FOUND : FindKey(above, name.folded, id);
-      if (status == ERROR_FILE_NOT_FOUND) {
-        is_new = true;
-        status = MakeChild(above, row.depth, name, is_last ? class_name : "", id);
-      }
-      if (status != ERROR_SUCCESS) return status;
-    }
-    return ERROR_SUCCESS;
-  });
+  return Write([&] { return MakePath(parent, path, class_name, id, is_new); });
 }
 
 LONG SqliteHive::AddValue(KeyId key, const HiveName& name, DWORD type, std::string_view data) {
@@ -367,10 +383,14 @@ LONG SqliteHive::ReplaceValue(KeyId key, const HiveName& name, DWORD type, std::
 }
 
 // A value that is what it is to be already costs no commit.
-LONG SqliteHive::WriteValue(KeyId key, const HiveName& name, DWORD type, std::string_view data) {
+LONG SqliteHive::WriteValue(KeyId key, std::span<const HiveName> path, const HiveName& name,
+                            DWORD type, std::string_view data) {
   return Write([&]() -> LONG {
+    bool is_new = false;
+    LONG status = path.empty() ? ERROR_SUCCESS : MakePath(key, path, {}, key, is_new);
+    if (status != ERROR_SUCCESS) return status;
     StoredValue old;
-    const LONG status = ReadValue(key, name.folded, old);
+    status = ReadValue(key, name.folded, old);
     if (status == ERROR_FILE_NOT_FOUND) return AddValue(key, name, type, data);
     if (status != ERROR_SUCCESS || (old.type == type && old.data == data)) return status;
     return ReplaceValue(key, name, type, data, old);

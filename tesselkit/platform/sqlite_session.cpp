@@ -65,13 +65,18 @@ LONG StatusOfSqlite(sqlite3* db, int code) {
       return ERROR_ACCESS_DENIED;
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
+    case SQLITE_PROTOCOL:
       return ERROR_BUSY;
     case SQLITE_NOMEM:
       return ERROR_NOT_ENOUGH_MEMORY;
     case SQLITE_TOOBIG:
       return ERROR_NO_SYSTEM_RESOURCES;
+    case SQLITE_INTERRUPT:
+    case SQLITE_MISUSE:
+      return ERROR_REGISTRY_IO_FAILED;
     case SQLITE_IOERR:
     case SQLITE_CANTOPEN:
+      if (code == SQLITE_IOERR_NOMEM) return ERROR_NOT_ENOUGH_MEMORY;
       return StatusOfHostError(HostErrorOf(db, code), ERROR_REGISTRY_IO_FAILED);
     default:
       return ERROR_BADDB;
@@ -103,13 +108,13 @@ int Statement::Step() {
   return sqlite3_step(m_statement.get());
 }
 
-void Statement::Bind(int index, std::int64_t value) {
-  sqlite3_bind_int64(m_statement.get(), index, value);
+int Statement::Bind(int index, std::int64_t value) {
+  return sqlite3_bind_int64(m_statement.get(), index, value);
 }
 
-void Statement::Bind(int index, std::string_view bytes) {
-  sqlite3_bind_blob64(m_statement.get(), index, bytes.data() != nullptr ? bytes.data() : "",
-                      bytes.size(), SQLITE_STATIC);
+int Statement::Bind(int index, std::string_view bytes) {
+  return sqlite3_bind_blob64(m_statement.get(), index, bytes.data() != nullptr ? bytes.data() : "",
+                             bytes.size(), SQLITE_STATIC);
 }
 
 std::int64_t Statement::Number(int column) const {

@@ -33,9 +33,9 @@ class Statement {
   void Reset();
   int Step();
 
-  void Bind(int index, std::int64_t value);
+  int Bind(int index, std::int64_t value);
   // The bytes must stay until the run has ended.
-  void Bind(int index, std::string_view bytes);
+  int Bind(int index, std::string_view bytes);
 
   std::int64_t Number(int column) const;
   DWORD Count(int column) const { return static_cast<DWORD>(Number(column)); }
@@ -53,7 +53,7 @@ class Run {
   Run(sqlite3* db, Statement& statement, const Values&... values) : m_statement(statement) {
     m_code = statement.Start(db);
     int index = 0;
-    if (IsGoingOn()) (statement.Bind(++index, values), ...);
+    ((m_code = IsGoingOn() ? statement.Bind(++index, values) : m_code), ...);
   }
   ~Run() { m_statement.Reset(); }
   Run(const Run&) = delete;

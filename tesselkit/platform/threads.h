@@ -9,7 +9,7 @@
 // destructors and handlers runs, not even a `catch (...)`, nor do those of its thread_local
 // variables. What it holds stays held: a mutex locked by it is locked for ever, the allocator's and
 // those of the C library among them, and memory that it owns is not given back; its stack is. The
-// locks of this header and of the debugger output are never left behind.
+// locks of this header, of the debugger output and of the registry are never left behind.
 #pragma once
 
 #include <cstddef>

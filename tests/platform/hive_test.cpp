@@ -14,9 +14,11 @@
 #include <thread>
 #include <vector>
 
+#include "tesselkit/platform/threads.h"
 #include "tests/support/faulty_hive.h"
 #include "tests/support/hives.h"
 #include "tests/support/process.h"
+#include "tests/support/sanitized.h"
 
 namespace {
 
@@ -119,6 +121,62 @@ TEST_F(HiveFiles, MayBeInPlacesThatCannotBeMade) {
   tesselkit::platform::ForgetHives();
   EXPECT_EQ(Key("k", HKEY_CURRENT_USER, KEY_READ).Status(), ERROR_FILE_NOT_FOUND);
   EXPECT_NE(Key("k").Status(), ERROR_SUCCESS);
+}
+
+TEST_F(HiveFiles, StayTheSameWhereverTheProcessGoes) {
+  fs::create_directory(m_hives.Directory() + "/elsewhere");
+  fs::create_symlink(m_hives.User(), m_hives.Directory() + "/link");
+  ASSERT_EQ(SetNumber(Key("k"), "v", 1), ERROR_SUCCESS);
+  for (const char* name : {"home/user.hive", "link", "home/../elsewhere/../link"}) {
+    const int code = test::InChild([&] {
+      fs::current_path(m_hives.Directory());
+      setenv("TESSELKIT_REGISTRY_USER", name, 1);
+      tesselkit::platform::ForgetHives();
+      const Key key("k");
+      if (Number(key, "v") != 1) return 1;
+      fs::current_path("elsewhere");
+      return test::InChild([&] { return Number(key, "v") == 1 ? 0 : 2; });
+    });
+    EXPECT_EQ(code, 0) << name;
+  }
+  EXPECT_TRUE(fs::is_empty(m_hives.Directory() + "/elsewhere"));
+}
+
+TEST_F(HiveFiles, AreAvailableAgainAfterAPassingShortage) {
+  ASSERT_EQ(SetNumber(Key("k"), "v", 1), ERROR_SUCCESS);
+  tesselkit::platform::ForgetHives();
+  for (const char* suffix : {"-wal", "-shm"}) fs::remove(m_hives.User() + suffix);
+  const int code = test::InChild([] {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlim_t before = limit.rlim_cur;
+    const int next = dup(0);
+    close(next);
+    limit.rlim_cur = static_cast<rlim_t>(next) + 1;  // for the hive, not for its log
+    setrlimit(RLIMIT_NOFILE, &limit);
+    const LONG status = SetNumber(HKEY_CURRENT_USER, "w", 2);
+    limit.rlim_cur = before;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    if (status == ERROR_SUCCESS || status == ERROR_ACCESS_DENIED) return 1;
+    return SetNumber(HKEY_CURRENT_USER, "w", 2) == ERROR_SUCCESS ? 0 : 2;
+  });
+  EXPECT_EQ(code, 0);
+}
+
+// At a time when nothing of the library's is left, as far as that is up to it.
+void UseAtExit() {
+  SetNumber(HKEY_CURRENT_USER, "late", 7);
+}
+
+TEST_F(HiveFiles, CanBeUsedWhileTheProcessEnds) {
+  const int code = test::InChild([] {
+    std::atexit(UseAtExit);
+    SetNumber(HKEY_CURRENT_USER, "early", 1);
+    std::exit(0);
+    return 1;
+  });
+  EXPECT_EQ(code, 0);
+  EXPECT_EQ(Number(HKEY_CURRENT_USER, "late"), 7);
 }
 
 void LimitFiles(rlim_t bytes) {
@@ -360,6 +418,30 @@ TEST_F(HiveFiles, AreAskedAgainOnlyAfterSomebodyHasWritten) {
       EXPECT_EQ(Number(key, "v"), i);
     }
   }
+}
+
+unsigned long WriteOnce(void*) {
+  SetNumber(HKEY_CURRENT_USER, "v", 1);
+  return 0;
+}
+
+TEST_F(HiveFiles, AreNotHeldByAThreadThatIsEndedByForce) {
+  if (test::kIsSanitized) GTEST_SKIP() << "what such a thread was using is never given back";
+  test::FaultyHives hives;
+  test::Signal is_writing;
+  hives.status = [&](HiveCall call) -> LONG {
+    if (call != HiveCall::kWriteValue) return ERROR_SUCCESS;
+    is_writing.Send();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    return ERROR_SUCCESS;
+  };
+  const HANDLE thread = CreateThread(nullptr, 0, WriteOnce, nullptr, 0, nullptr);
+  is_writing.Wait();
+  EXPECT_EQ(TerminateThread(thread, 1), TRUE);
+  CloseHandle(thread);
+  hives.status = nullptr;
+  EXPECT_EQ(Number(HKEY_CURRENT_USER, "v"), 1);  // the write was under way
+  EXPECT_EQ(SetNumber(HKEY_CURRENT_USER, "v", 2), ERROR_SUCCESS);
 }
 
 TEST_F(HiveFiles, PassTheirFailuresOnAndWorkAfterwards) {

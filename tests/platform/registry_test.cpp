@@ -337,6 +337,39 @@ TEST_F(Registry, EnumeratingGoesOnWhileSomebodyWrites) {
             ERROR_NO_MORE_ITEMS);
 }
 
+// The names of the subkeys at `count` indices from `first` on, upward or downward.
+std::vector<std::string> Names(HKEY key, DWORD first, int step, int count) {
+  std::vector<std::string> names;
+  for (DWORD index = first; count > 0; --count, index += static_cast<DWORD>(step)) {
+    char name[300];
+    DWORD size = sizeof name;
+    const LONG status = RegEnumKeyExA(key, index, name, &size, nullptr, nullptr, nullptr, nullptr);
+    names.push_back(status == ERROR_SUCCESS ? name : std::to_string(status));
+  }
+  return names;
+}
+
+TEST_F(Registry, EnumeratingMayGoDown) {
+  constexpr int kKeys = 2500;
+  const Key key("down");
+  for (int i = 0; i < kKeys; ++i) Key(std::to_string(i).c_str(), key);
+  std::vector<std::string> up = Names(key, 0, 1, kKeys);
+  std::reverse(up.begin(), up.end());
+  EXPECT_EQ(Names(key, kKeys - 1, -1, kKeys), up);
+}
+
+TEST_F(Registry, EnumeratingEndsUnderAnotherCodePage) {
+  const Key key("pages");
+  for (const char* name : {"\x83\x41", "\x83\x61", "\x84\x42", "b"}) Key(name, key);
+  const test::CodePage page(932);
+  std::set<std::string> seen;
+  for (DWORD i = 0; i < 4; ++i) {
+    seen.insert(Names(key, i, 1, 1)[0]);
+    SetData(key, "written", std::to_string(i));
+  }
+  EXPECT_EQ(seen, (std::set<std::string>{"\x83\x41", "\x84\x42", "b", "259"}));
+}
+
 TEST_F(Registry, TreesGoInOneStep) {
   const Key key("tree");
   SetData(key, "stays", "1");

@@ -89,8 +89,10 @@ class FaultyHive : public tesselkit::platform::HiveStore {
     return Do(HiveCall::kCreateKey,
               [&] { return m_store->CreateKey(parent, path, class_name, id, is_new); });
   }
-  LONG WriteValue(KeyId key, const HiveName& name, DWORD type, std::string_view data) override {
-    return Do(HiveCall::kWriteValue, [&] { return m_store->WriteValue(key, name, type, data); });
+  LONG WriteValue(KeyId key, std::span<const HiveName> path, const HiveName& name, DWORD type,
+                  std::string_view data) override {
+    return Do(HiveCall::kWriteValue,
+              [&] { return m_store->WriteValue(key, path, name, type, data); });
   }
   LONG DeleteValue(KeyId key, std::string_view folded) override {
     return Do(HiveCall::kDeleteValue, [&] { return m_store->DeleteValue(key, folded); });

@@ -222,6 +222,37 @@ TEST_F(RegistryKey, FailedCallsSayWhichKeyAndWhy) {
   EXPECT_EQ(m_registry.FormatLastErrorMessage(), "");
 }
 
+TEST_F(RegistryKey, AFailedConnectionIsMadeAgainAfterFinalize) {
+  test::WriteBytes(m_hives.Directory() + "/no hive", "no hive");
+  setenv("TESSELKIT_REGISTRY_MACHINE", (m_hives.Directory() + "/no hive").c_str(), 1);
+  tesselkit::platform::ForgetHives();
+  EXPECT_EQ(ThrownBy([&] { m_registry.SetPath(HKEY_LOCAL_MACHINE, "a", 0); }),
+            CallFailed("RegConnectRegistry", "HKEY_LOCAL_MACHINE\\",
+                       "The configuration registry database is corrupt.\r\n"));
+  setenv("TESSELKIT_REGISTRY_MACHINE", m_hives.Machine().c_str(), 1);
+  tesselkit::platform::ForgetHives();
+  EXPECT_EQ(ThrownBy([&] { m_registry.SetPath(HKEY_LOCAL_MACHINE, "a", 0); }),
+            CallFailed("RegCreateKeyEx", "HKEY_LOCAL_MACHINE\\a", kInvalidHandle));
+  m_registry.Finalize();
+  m_registry.SetPath(HKEY_LOCAL_MACHINE, "a", 0);
+  EXPECT_TRUE(IsThere("a", HKEY_LOCAL_MACHINE));
+}
+
+TEST_F(RegistryKey, AKeyWhoseInformationCannotBeHadStaysOpen) {
+  test::Key("k");
+  test::FaultyHives faults;
+  tesselkit::platform::ForgetHives();
+  faults.status = [](test::HiveCall call) {
+    return call == test::HiveCall::kReadInfo ? ERROR_BUSY : ERROR_SUCCESS;
+  };
+  EXPECT_EQ(ThrownBy([&] { m_registry.SetPath(HKEY_CURRENT_USER, "k", 0); }),
+            CallFailed("RegQueryInfoKey", "HKEY_CURRENT_USER\\k",
+                       "The requested resource is in use.\r\n"));
+  EXPECT_EQ(m_registry.m_lLastError, ERROR_BUSY);
+  faults.status = nullptr;
+  m_registry.SetValue("v", 1ul, 1);
+}
+
 // Another process makes the key between the look and the making.
 TEST_F(RegistryKey, AKeyThatIsMadeMustBeNew) {
   test::FaultyHives faults;
@@ -420,6 +451,9 @@ TEST_F(RegistryKey, NoOperationOnAValueTakesANullName) {
 
 TEST_F(RegistryKey, WhatIsKnownOfAKeyIsThatOfItsOpening) {
   m_registry.SetPath(HKEY_CURRENT_USER, "k", 0);
+  m_registry.SetValue("", CString(),
+                      1);  // one byte, and there is room for one more than the longest
+  EXPECT_EQ(m_registry.ValueExists(""), 1);
   m_registry.SetValue("longer", CString("1234"), 1);
   EXPECT_EQ(m_registry.ValueExists("longer"), 0);
   CStringArray texts;
@@ -433,7 +467,7 @@ TEST_F(RegistryKey, WhatIsKnownOfAKeyIsThatOfItsOpening) {
   EXPECT_EQ(m_registry.GetValue("longer", texts), 1);
   EXPECT_EQ(texts[0], "1234");
   m_registry.DeleteValue("longer");
-  EXPECT_EQ(m_registry.m_dwValues, 1u);
+  EXPECT_EQ(m_registry.m_dwValues, 2u);
   EXPECT_EQ(m_registry.m_dwMaxValueLen, 5u);
   EXPECT_EQ(m_registry.m_dwMaxValueNameLen, 6u);
   EXPECT_EQ(m_registry.ValueExists("longer"), 0);
