@@ -19,6 +19,13 @@ class City : public AdObject {
 
   static AdObject* Make() { return new City; }
 
+  // The bytes decide of which class an object is: anything but a city is refused.
+  static City* Load(AdArchive& archive) {
+    auto* const city = dynamic_cast<City*>(archive.LoadPointer());
+    if (city == nullptr) AfxThrowArchiveException(CArchiveException::badClass);
+    return city;
+  }
+
   void RoadTo(City* other) { m_roads.push_back(other); }
   CString GetName() const override { return m_name; }
   const std::vector<City*>& Roads() const { return m_roads; }
@@ -32,7 +39,7 @@ class City : public AdObject {
     } else {
       int count = 0;
       archive >> m_name >> count;
-      for (int i = 0; i < count; ++i) RoadTo(static_cast<City*>(archive.LoadPointer()));
+      for (int i = 0; i < count; ++i) RoadTo(Load(archive));
     }
   }
 
@@ -84,7 +91,7 @@ void ArchiveScene(const Places& places) {
   AdArchive::Register_Class("City", City::Make);
   file.SeekToBegin();
   AdArchive archive(&file, CArchive::load);
-  const std::unique_ptr<City> loaded(static_cast<City*>(archive.LoadPointer()));
+  const std::unique_ptr<City> loaded(City::Load(archive));
   archive.Close();
   const std::unique_ptr<City> loaded_bergen(loaded->Roads()[0]);
   const std::unique_ptr<City> loaded_voss(loaded->Roads()[1]);

@@ -141,19 +141,20 @@ AdArchive::Factory AdArchive::ReadFactory() {
   return m_factories->Find(name);
 }
 
-// The tag is looked at before there is an object that nobody could get at.
+// The tag is looked at, and its slot taken, before there is an object that nobody could get at.
 AdObject* AdArchive::Make(Factory factory, unsigned short tag) {
   if (tag != m_loaded->GetSize()) AfxThrowArchiveException(CArchiveException::badIndex);
   RequireStack();
-  AdObject* const object = factory();
-  if (object == nullptr) AfxThrowArchiveException(CArchiveException::badClass);
+  Append(nullptr);
   try {
-    Do_SaveAddress(tag, object);
+    AdObject* const object = factory();
+    if (object == nullptr) AfxThrowArchiveException(CArchiveException::badClass);
+    m_loaded->SetAt(tag, object);
+    return object;
   } catch (...) {
-    delete object;
+    m_loaded->RemoveAt(tag);
     throw;
   }
-  return object;
 }
 
 void AdArchive::Do_SaveAddress(unsigned short tag, AdObject* const object) {

@@ -6,14 +6,19 @@
 //       archive << m_number << m_customer;
 //     } else {
 //       archive >> m_number;
-//       m_customer = static_cast<Customer*>(archive.LoadPointer());
+//       AdObject* const customer = archive.LoadPointer();
+//       m_customer = dynamic_cast<Customer*>(customer);
+//       if (m_customer != customer) AfxThrowArchiveException(CArchiveException::badClass);
 //     }
 //   }
 //
 // A class that is to be loaded is registered under its name first, once in a process. Both sides
 // of an archive ask for the same values in the same order; nothing else is in the stream. Tags
 // count the objects in the order in which they are met: 0 is null, the first is 1, the last 65535.
-// The archive owns no object. Those that it makes belong to the caller, also when loading fails.
+// The archive owns no object. Those that its factories make belong to the caller, who keeps track
+// of them there: after loading has failed, whatever was made before stays, and nothing deletes it.
+// The class of a loaded reference is as foreign as the bytes, any of the registered ones: look at
+// it (dynamic_cast, IsKindOf) before it is used, and throw badClass for a wrong one.
 //
 // Beside what the platform's archive throws (see archive.h), without a file name:
 //   CArchiveException::badIndex  a reference to an object that is not there yet; an object beyond

@@ -264,6 +264,42 @@ TEST(MemoryFaults, ConversionsEndWhatTheyWereGiven) {
   SetErrorInfo(0, nullptr);
 }
 
+// Objects that the program keeps, of which its factory hands out the next one.
+class Kept : public AdObject {
+ public:
+  ~Kept() override { ++deleted; }
+  CRuntimeClass* GetRuntimeClass() const override {
+    static CRuntimeClass kept = {"K", sizeof(Kept), 0xFFFF, nullptr, &classAdObject, nullptr};
+    return &kept;
+  }
+  void Serialize(AdArchive&) override {}
+
+  inline static int deleted = 0;
+};
+
+TEST(MemoryFaults, WhatAFactoryHandsOutIsTheCallers) {
+  static Kept all[40];
+  static int handed_out = 0;
+  AdArchive::Register_Class("K", [] { return static_cast<AdObject*>(&all[handed_out++]); });
+  CMemFile file;
+  {
+    AdArchive storing(&file, CArchive::store);
+    for (Kept& kept : all) storing << &kept;
+  }
+  const auto load = [&] {
+    file.SeekToBegin();
+    handed_out = 0;
+    AdArchive archive(&file, CArchive::load);
+    while (handed_out < 40) archive.LoadPointer();
+  };
+  int number = 0;
+  do EndsWithoutMemory(++number, load);
+  while (was_refused);
+  EXPECT_EQ(handed_out, 40);
+  EXPECT_GT(number, 4);  // the archive's own and each growth of its table
+  EXPECT_EQ(Kept::deleted, 0);
+}
+
 TEST(MemoryFaults, AReportThatCannotBeMadeIsEmpty) {
   CString whole;
   AdLookupCallStack(whole);
