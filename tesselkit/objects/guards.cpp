@@ -1,13 +1,28 @@
 #include "tesselkit/objects/guards.h"
 
+#include <cstdlib>
 #include <utility>
 
+#include "tesselkit/failure/adexcept_automation.h"
 #include "tesselkit/failure/tesselkitenums.h"
 #include "tesselkit/objects/adobject.h"
 #include "tesselkit/platform/command_target.h"
-#include "tesselkit/platform/scope_exit.h"
 
-using tesselkit::platform::RunAtScopeExit;
+namespace {
+
+// Ends the exception that is being handled, one that the platform does not know.
+void EndException() {
+  try {
+    throw;
+  } catch (AdOMException* exception) {
+    std::free(exception->m_description);
+    std::free(exception->m_source);
+    delete exception;
+  } catch (...) {
+  }
+}
+
+}  // namespace
 
 AdObjectGuard::AdObjectGuard(AdObject* object) : m_object(object) {}
 
@@ -18,10 +33,11 @@ AdObjectGuard::~AdObjectGuard() noexcept(false) {
   };
   AdObject* const object = std::exchange(m_object, nullptr);
   if (object == nullptr) return;
-  RunAtScopeExit([object] {
+  const auto release = [object] {
     const Deleter deleter{object};
     object->Finalize();
-  });
+  };
+  m_scopeExit.Run(release, EndException);
 }
 
 void AdObjectGuard::Disable() {
@@ -31,8 +47,9 @@ void AdObjectGuard::Disable() {
 AdOleObjectGuard::AdOleObjectGuard(CCmdTarget* target) : m_target(target) {}
 
 AdOleObjectGuard::~AdOleObjectGuard() noexcept(false) {
-  if (m_target == nullptr) return;
-  RunAtScopeExit([target = std::exchange(m_target, nullptr)] { target->OnFinalRelease(); });
+  CCmdTarget* const target = std::exchange(m_target, nullptr);
+  if (target == nullptr) return;
+  m_scopeExit.Run([target] { target->OnFinalRelease(); }, EndException);
 }
 
 void AdOleObjectGuard::Disable() {

@@ -12,6 +12,7 @@
 #pragma once
 
 #include "tesselkit/platform/export.h"
+#include "tesselkit/platform/scope_exit.h"
 
 class AdObject;
 class CCmdTarget;
@@ -33,6 +34,7 @@ class TESSELKIT_API AdObjectGuard {
 
  private:
   AdObject* m_object;
+  tesselkit::platform::ScopeExit m_scopeExit;
 };
 
 // The same for an object that automation callers hold: calls its OnFinalRelease.
@@ -48,6 +50,7 @@ class TESSELKIT_API AdOleObjectGuard {
 
  private:
   CCmdTarget* m_target;
+  tesselkit::platform::ScopeExit m_scopeExit;
 };
 
 // Sets a progress variable (see AdProgress_t) to IN_PROGRESS for the length of a scope and to

@@ -8,7 +8,6 @@
 #include "tesselkit/platform/collections.h"
 #include "tesselkit/platform/exceptions.h"
 #include "tesselkit/platform/file.h"
-#include "tesselkit/platform/scope_exit.h"
 
 using tesselkit::platform::Allocator;
 
@@ -59,7 +58,7 @@ CArchive::CArchive(CFile* file, UINT mode, int buffer_size, void* buffer)
 
 CArchive::~CArchive() noexcept(false) {
   if ((m_mode & bNoFlushOnDelete) != 0 || m_refused) return;
-  tesselkit::platform::RunAtScopeExit([this] { Close(); });
+  m_scopeExit.Run([this] { Close(); });
 }
 
 void CArchive::Throw(int cause) const {

@@ -12,8 +12,9 @@
 //   readOnly          storing to an archive that loads
 //   writeOnly         loading from one that stores
 //   endOfFile         fewer bytes are left than the value has
-//   genericException  a `long` that needs more than 32 bits, a text of more than 2147483647 bytes;
-//                     an archive that is closed, or whose file has refused what it was given
+//   genericException  a `long` that needs more than 32 bits; a text of more than 2147483647 bytes
+//                     or, for WriteString, 4294967295; an archive that is closed, or whose file has
+//                     refused what it was given
 //   badSchema         a text in a layout that this platform does not write
 // A refused value leaves the archive, and the variable it was meant for, as they were; loading may
 // have gone past its first bytes. Once the file has refused a write, what was buffered is given up,
@@ -32,6 +33,7 @@
 
 #include "tesselkit/platform/cstring.h"
 #include "tesselkit/platform/export.h"
+#include "tesselkit/platform/scope_exit.h"
 #include "tesselkit/platform/types.h"
 
 class CFile;
@@ -178,6 +180,7 @@ class TESSELKIT_API CArchive {
   bool TakeLine(CString& line, std::size_t limit);
   std::size_t Buffered() const noexcept { return static_cast<std::size_t>(m_getEnd - m_get); }
 
+  tesselkit::platform::ScopeExit m_scopeExit;
   CFile* m_file;
   UINT m_mode;
   bool m_refused = false;

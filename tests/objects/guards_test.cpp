@@ -6,6 +6,7 @@
 #include <string>
 #include <type_traits>
 
+#include "tesselkit/failure/adexcept_automation.h"
 #include "tesselkit/failure/tesselkitenums.h"
 #include "tesselkit/objects/adobject.h"
 #include "tesselkit/platform/command_target.h"
@@ -72,6 +73,13 @@ const Life kLives[] = {
     {__LINE__, false, true, [] { throw 8; }, ":7"},
     {__LINE__, false, true, [] { AfxThrowFileException(1); }, ":7"},
     {__LINE__, false, true, [] { AfxThrowMemoryException(); }, ":7"},
+    {__LINE__, false, true, [] { throw new AdOMException("text", "source"); }, ":7"},
+};
+
+// Runs its body as the destructor of a scope that an exception leaves.
+struct CleanUp {
+  ~CleanUp() { body(); }
+  std::function<void()> body;
 };
 
 template <class Guard, class Guarded>
@@ -96,9 +104,21 @@ void ExpectLives(const std::string& released) {
   }
 }
 
-TEST(Guards, ReleaseUnlessDisabled) {
+void ExpectAllLives() {
   ExpectLives<AdObjectGuard, Order>("FD");
   ExpectLives<AdOleObjectGuard, Target>("RD");
+}
+
+TEST(Guards, ReleaseUnlessDisabled) {
+  ExpectAllLives();
+}
+
+TEST(Guards, WithinACleanUpItIsTheirOwnScopeThatCounts) {
+  try {
+    const CleanUp clean_up{ExpectAllLives};
+    throw 7;
+  } catch (int) {
+  }
 }
 
 TEST(Guards, NullGuardsNothing) {
