@@ -32,6 +32,7 @@ void AdMimeUtil::Initialize() {
 
 void AdMimeUtil::Finalize() {
   m_decoded.Release();
+  m_encoded.Release();
   AdObject::Finalize();
 }
 
