@@ -8,13 +8,14 @@
 
 #include "tesselkit/encoding/adcrypt_tables.h"
 #include "tesselkit/encoding/scrambling.h"
-#include "tesselkit/encoding/text_buffer.h"
 #include "tesselkit/failure/condition.h"
+#include "tesselkit/platform/text_buffer.h"
 #include "tesselkit/util/adutil_core.h"
 
 namespace {
 
 namespace encoding = tesselkit::encoding;
+using tesselkit::platform::BufferOf;
 
 constexpr char kSourceName[] = "adcrypt";
 
@@ -63,7 +64,7 @@ CString AdEncryptPassword(const char* username, const char* password) {
   AD_CHECK(AdIsNonEmpty(username));
   const CString joined = CString(username) + password;
   CString digest;
-  digest.Format("%08lx", AdEncodeChars(joined, joined.GetLength()));
+  digest.Format("%08lx", AdEncodeChars(joined, static_cast<long>(joined.View().size())));
   return digest;
 }
 
@@ -75,7 +76,7 @@ CString AdEncryptStringReversibly(const char* the_string) {
   AD_CHECK(AdIsNonEmpty(the_string));
   const std::size_t size = std::strlen(the_string) + 1;
   CString digits;
-  encoding::Scramble(the_string, size, encoding::BufferOf(digits, 2 * size));
+  encoding::Scramble(the_string, size, BufferOf(digits, 2 * size));
   return digits;
 }
 
@@ -88,7 +89,7 @@ CString AdDecryptString(const char* reversible_str) {
   // As a rule the last byte is the only NUL.
   const bool has_end = encoding::UnscrambledAt(reversible_str, size - 1) == '\0';
   const std::size_t length = has_end ? size - 1 : size;
-  if (encoding::Unscramble(reversible_str, length, encoding::BufferOf(text, length))) {
+  if (encoding::Unscramble(reversible_str, length, BufferOf(text, length))) {
     text.ReleaseBuffer();
   }
   return text;

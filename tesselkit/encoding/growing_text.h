@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "tesselkit/encoding/text_buffer.h"
 #include "tesselkit/platform/cstring.h"
+#include "tesselkit/platform/text_buffer.h"
 
 namespace tesselkit::encoding {
 
@@ -34,7 +34,7 @@ class GrowingText {
     CutTo(0);
     const std::size_t memory = m_memory.View().size();
     if (memory < room || memory / 4 > room + kWorkBuffer) m_memory.Empty();
-    SetWorkBuffer(m_memory.IsEmpty() ? BufferOf(m_memory, room) : m_memory.GetBuffer(0));
+    SetWorkBuffer(m_memory.IsEmpty() ? platform::BufferOf(m_memory, room) : m_memory.GetBuffer(0));
     return m_position;
   }
 
@@ -49,7 +49,7 @@ class GrowingText {
   void MakeRoom(std::ptrdiff_t size) {
     if (m_end - m_position >= size) return;
     Flush();
-    SetWorkBuffer(BufferOf(m_memory, m_length + kWorkBuffer) + m_length);
+    SetWorkBuffer(platform::BufferOf(m_memory, m_length + kWorkBuffer) + m_length);
   }
 
   void Flush() noexcept {

@@ -173,6 +173,7 @@ void CArchive::Abort() noexcept {
 
 void CArchive::WriteString(const char* text) {
   const std::string_view characters(text != nullptr ? text : "");
+  if (characters.size() > std::numeric_limits<UINT>::max()) ThrowTooWide();
   Write(characters.data(), static_cast<UINT>(characters.size()));
 }
 

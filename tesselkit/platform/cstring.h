@@ -64,6 +64,7 @@ class TESSELKIT_API CString {
   void Truncate(std::size_t length) {
     m_text.resize(length < m_text.size() ? length : m_text.size());
   }
+  void RemoveFront(std::size_t length) { m_text.erase(0, length); }
 
   // Parts, cut to what is there; negative numbers count as 0.
   CString Left(int count) const;

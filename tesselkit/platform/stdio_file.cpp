@@ -149,8 +149,9 @@ void CStdioFile::TurnTo(bool writing) {
 
 // Reads on behind what is still to be taken. False at the end of the file.
 bool CStdioFile::Fill(StreamBlock& block) {
+  constexpr std::size_t kMost = std::size_t{1} << 30;
   char* const room = block.MakeRoom();
-  const UINT length = ReadSome(room, static_cast<UINT>(block.Room()));
+  const UINT length = ReadSome(room, static_cast<UINT>(std::min(block.Room(), kMost)));
   block.Added(length);
   return length > 0;
 }

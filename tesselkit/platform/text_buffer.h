@@ -6,14 +6,19 @@
 
 #include "tesselkit/platform/cstring.h"
 
-namespace tesselkit::encoding {
+namespace tesselkit::platform {
 
-// Makes `text` exactly `length` bytes long, which the caller then writes. A length that no CString
-// can have is memory that runs out.
-inline char* BufferOf(CString& text, std::size_t length) {
+// A length or a count as texts and collections have it. One that none of them can have is memory
+// that runs out.
+inline int LengthOf(std::size_t count) {
   constexpr auto kLongest = static_cast<std::size_t>(std::numeric_limits<int>::max());
-  if (length > kLongest) AfxThrowMemoryException();
-  return text.GetBufferSetLength(static_cast<int>(length));
+  if (count > kLongest) AfxThrowMemoryException();
+  return static_cast<int>(count);
 }
 
-}  // namespace tesselkit::encoding
+// Makes `text` exactly `length` bytes long, which the caller then writes.
+inline char* BufferOf(CString& text, std::size_t length) {
+  return text.GetBufferSetLength(LengthOf(length));
+}
+
+}  // namespace tesselkit::platform

@@ -3,6 +3,7 @@
 #include <span>
 
 #include "tesselkit/platform/character_set.h"
+#include "tesselkit/platform/text_buffer.h"
 #include "tesselkit/platform/text_writer.h"
 #include "tesselkit/util/adutil_core.h"
 #include "tesselkit/util/separator_scan.h"
@@ -27,7 +28,7 @@ CString AdRemoveWord(CString& str, const char* separators) {
   const std::size_t begin = set.FrontOf(text);
   const std::size_t length = set.FrontWithout(text.substr(begin));
   CString word(text.substr(begin, length));
-  str.Delete(0, static_cast<int>(begin + length));
+  str.RemoveFront(begin + length);
   return word;
 }
 
@@ -36,7 +37,7 @@ void AdSplitString(const char* str, const char* separators, CStringArray& parts)
   CStringArray pieces;
   if (!text.empty()) {
     util::SeparatorScan scan(text, ViewOf(separators));
-    pieces.SetSize(static_cast<int>(scan.Count() + 1));
+    pieces.SetSize(platform::LengthOf(scan.Count() + 1));
     CString* piece = pieces.GetData();
     std::size_t kept = 0;
     for (std::size_t begin, end; scan.Next(begin, end); kept = end) {
@@ -54,7 +55,7 @@ void AdCStringArrayToCString(const CStringArray& array, CString& result, const c
   if (!elements.empty()) {
     std::size_t size = between.View().size() * (elements.size() - 1);
     for (const CString& element : elements) size += element.View().size();
-    TextWriter writer(joined.GetBufferSetLength(static_cast<int>(size)), size);
+    TextWriter writer(platform::BufferOf(joined, size), size);
     writer.Put(elements.front());
     for (const CString& element : elements.subspan(1)) {
       writer.Put(between);

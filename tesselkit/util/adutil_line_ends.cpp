@@ -2,6 +2,7 @@
 
 #include "tesselkit/platform/byte_scan.h"
 #include "tesselkit/platform/code_page.h"
+#include "tesselkit/platform/text_buffer.h"
 #include "tesselkit/platform/text_writer.h"
 
 using namespace tesselkit;
@@ -33,7 +34,7 @@ CString WithLineEnds(std::string_view text, std::string_view first_bytes, const 
     size = size - (end - begin) + line_end.View().size();
   });
   CString result;
-  platform::TextWriter writer(result.GetBufferSetLength(static_cast<int>(size)), size);
+  platform::TextWriter writer(platform::BufferOf(result, size), size);
   const char* const text_end = text.data() + text.size();
   std::size_t kept = 0;
   ForEachLineEnd(text, first_bytes, [&](std::size_t begin, std::size_t end) {

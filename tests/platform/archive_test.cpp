@@ -15,6 +15,7 @@
 
 #include "tesselkit/platform/file.h"
 #include "tests/support/archive_bytes.h"
+#include "tests/support/huge_text.h"
 #include "tests/support/platform_failure.h"
 
 namespace {
@@ -449,5 +450,16 @@ TEST(Archive, Lines) {
   EXPECT_STREQ(pieces.ReadString(text, 8), "\rfour\r");
   EXPECT_STREQ(pieces.ReadString(text, 7), "xxxxxxx");
 }
+
+#ifndef __SANITIZE_THREAD__  // it keeps a record of every byte that is read
+TEST(Archive, ATextOfFourGibibytesIsRefused) {
+  const test::HugeText text((std::size_t{4} << 30) + (64 << 10));
+  EXPECT_EQ(Stored([&](CArchive& archive) {
+              EXPECT_EQ(FailureOf([&] { archive.WriteString(text); }),
+                        "archive genericException store.dat");
+            }),
+            "");
+}
+#endif
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include "tests/support/code_page.h"
 #include "tests/support/edit_model.h"
 #include "tests/support/failures.h"
+#include "tests/support/huge_text.h"
+#include "tests/support/thrown.h"
 
 namespace {
 
@@ -205,6 +207,21 @@ TEST(Edit, LineEnds) {
   EXPECT_EQ(AdStringToNewlineFormat(nullptr), "");
   EXPECT_EQ(AdStringToCRLFFormat(nullptr), "");
 }
+
+#ifndef __SANITIZE_THREAD__  // it keeps a record of every byte that is read
+TEST(Edit, WhatNoTextCanHoldIsMemoryThatRunsOut) {
+  const test::HugeText text(std::size_t{2} << 30);
+  EXPECT_TRUE(test::Throws<CMemoryException>([&] { AdStringToNewlineFormat(text); }));
+  EXPECT_TRUE(test::Throws<CMemoryException>([&] { AdStringToCRLFFormat(text); }));
+  CStringArray parts;
+  parts.SetSize((32 << 10) + 1);
+  CString joined = "kept";
+  const CString separator('-', 64 << 10);
+  EXPECT_TRUE(
+      test::Throws<CMemoryException>([&] { AdCStringArrayToCString(parts, joined, separator); }));
+  EXPECT_EQ(joined, "kept");
+}
+#endif
 
 struct PathCase {
   int line;
