@@ -1,22 +1,46 @@
 #include "tesselkit/platform/stack_room.h"
 
 #include <pthread.h>
+#include <sys/auxv.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+
+using tesselkit::platform::StackBounds;
 
 namespace {
 
 constexpr std::size_t kReserve = 256 * 1024;
 
-constinit thread_local tesselkit::platform::StackBounds stack_bounds;
+constinit thread_local StackBounds stack_bounds;
 
-tesselkit::platform::StackBounds FindStackBounds() noexcept {
-  tesselkit::platform::StackBounds bounds;
+// The first thread's stack where no /proc shows it: the program's name stands at its very top, and
+// its limit says how far down it may grow.
+StackBounds FirstThreadsBounds() noexcept {
+  StackBounds bounds;
+  bounds.asked = true;
+  const auto* const name = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+  rlimit limit;
+  if (name == nullptr || gettid() != getpid() || getrlimit(RLIMIT_STACK, &limit) != 0) {
+    return bounds;
+  }
+  const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+  const auto end = reinterpret_cast<std::uintptr_t>(name + std::strlen(name));
+  bounds.high = (end + page) / page * page;
+  bounds.low = bounds.high - std::min<std::uintptr_t>(limit.rlim_cur, bounds.high);
+  bounds.known = limit.rlim_cur != RLIM_INFINITY;
+  return bounds;
+}
+
+StackBounds FindStackBounds() noexcept {
+  StackBounds bounds;
   bounds.asked = true;
   pthread_attr_t attributes;
-  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return bounds;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return FirstThreadsBounds();
   void* lowest = nullptr;
   std::size_t size = 0;
   if (pthread_attr_getstack(&attributes, &lowest, &size) == 0 &&
@@ -31,7 +55,7 @@ tesselkit::platform::StackBounds FindStackBounds() noexcept {
 
 }  // namespace
 
-const tesselkit::platform::StackBounds& tesselkit::platform::ThreadStack() noexcept {
+const StackBounds& tesselkit::platform::ThreadStack() noexcept {
   if (!stack_bounds.asked) stack_bounds = FindStackBounds();
   return stack_bounds;
 }

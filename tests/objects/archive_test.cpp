@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -497,6 +499,23 @@ TEST_F(ObjectArchive, AChainGoesAsDeepAsTheStackAllows) {
                 "archive genericException store.dat");
     });
   }
+}
+
+// The first thread's stack is known from /proc, or from its limit: a process of its own that can
+// open no file has only the latter.
+TEST_F(ObjectArchive, AChainEndsBeforeTheLimitOfTheFirstThread) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto store = [] {
+    Link* chain = nullptr;
+    for (unsigned i = 0; i < kChainLength; ++i) chain = NewLink(7, chain);
+    const rlimit stack = {1024 * 1024, RLIM_INFINITY};
+    const rlimit files = {0, 0};
+    if (setrlimit(RLIMIT_STACK, &stack) != 0 || setrlimit(RLIMIT_NOFILE, &files) != 0) _exit(1);
+    const std::string failure =
+        FailureOf([&] { Stored([&](AdArchive& archive) { archive << chain; }); });
+    _exit(failure == "archive genericException store.dat" ? 0 : 2);
+  };
+  EXPECT_EXIT(store(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ObjectArchive, ClassesAreRegisteredFromManyThreads) {
