@@ -8,17 +8,23 @@
 namespace {
 
 // Makes room for as many lines as the ones read so far promise for the whole file, and an eighth
-// more, since growing at the very end would cost the most. Where lines are very short the array
-// has to grow later, so that a misleading beginning wastes little.
+// more, since growing at the very end would cost the most. Where lines are very short, or very
+// many, the array has to grow later, so that a misleading beginning wastes little.
 void MakeRoom(CStringArray& lines, const CStdioFile& file) {
   constexpr unsigned long long kShortestLine = 16;
+  constexpr unsigned long long kMostLines = 8 << 20;
   const unsigned long long length = file.GetLength();
+  if (length == 0) return;  // a pipe, which has no position either
   const unsigned long long left = length - std::min(length, file.GetPosition());
   const unsigned long long bytes_a_line =
       std::max(file.GetPosition() / static_cast<unsigned>(lines.GetSize()), kShortestLine);
   const unsigned long long expected = left / bytes_a_line;
-  const auto room = std::min(expected + expected / 8, 100'000'000ULL);
-  if (room > 0) lines.SetSize(lines.GetSize(), static_cast<int>(room));
+  const auto room = std::min(expected + expected / 8, kMostLines);
+  try {
+    if (room > 0) lines.SetSize(lines.GetSize(), static_cast<int>(room));
+  } catch (CMemoryException* exception) {  // the lines may need far less
+    exception->Delete();
+  }
 }
 
 // Writes a file anew over the bytes that are there: emptying it first costs the disk far more.
@@ -41,7 +47,9 @@ class Rewriter {
 
   void WriteLine(const CString& line) { m_file.WriteLine(line.View()); }
 
+  // What is still to be written may fail: only then does it show where the new content ends.
   void Close() {
+    m_file.Flush();
     Cut();
     m_file.Close();
   }
@@ -61,8 +69,9 @@ class Rewriter {
 
 void AdGetTextFile(const char* path, CStringArray& lines) {
   constexpr int kTypicalLines = 512;
+  const CString name(path);  // which may be one of the lines
   lines.RemoveAll();
-  CStdioFile file(path, CFile::modeRead | CFile::typeText);
+  CStdioFile file(name, CFile::modeRead | CFile::typeText);
   for (std::string_view line; file.NextLine(line);) {
     lines.Add(CString(line));
     if (lines.GetSize() == kTypicalLines) MakeRoom(lines, file);

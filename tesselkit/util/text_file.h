@@ -5,7 +5,8 @@
 // another opener holds cannot be had (CFileException*, sharingViolation).
 // A null path counts as an empty one, which no file has. Neither function catches anything: what
 // opening, reading or writing throws (CFileException*, CMemoryException*) passes to the caller, and
-// the file is closed. Reentrant; `lines` belongs to one thread during the call.
+// the file is closed. The path may be one of the lines. Reentrant; `lines` belongs to one thread
+// during the call.
 #pragma once
 
 #include "tesselkit/platform/collections.h"

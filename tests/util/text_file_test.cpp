@@ -1,6 +1,7 @@
 #include "tesselkit/util/text_file.h"
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <csignal>
 #include <random>
 #include <vector>
@@ -189,6 +190,28 @@ TEST(TextFile, AFileInUseIsLeftAlone) {
   EXPECT_EQ(ReadBytes(path), "its\r\n");
 }
 
+TEST(TextFile, APipeIsReadToItsEnd) {
+  const TempDirectory directory;
+  const std::string path = directory / "pipe";
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  const Texts texts(2000, "a line");
+  test::Child writer([&] {
+    Write(path, texts);
+    return 0;
+  });
+  EXPECT_EQ(Read(path), texts);
+  EXPECT_EQ(writer.Code(), 0);
+}
+
+TEST(TextFile, ThePathMayBeOneOfTheLines) {
+  const TempDirectory directory;
+  CStringArray lines;
+  lines.Add((directory / "text").c_str());
+  AdWriteTextFile(lines[0], lines, 0);
+  AdGetTextFile(lines[0], lines);
+  EXPECT_EQ(TextsOf(lines), Texts{directory / "text"});
+}
+
 TEST(TextFile, AReadErrorKeepsTheLinesReadSoFar) {
   const TempDirectory directory;
   const std::string path = directory / "text";
@@ -207,18 +230,21 @@ TEST(TextFile, AReadErrorKeepsTheLinesReadSoFar) {
 TEST(TextFile, AFullDiskLeavesWhatWasWrittenAndNothingOld) {
   const TempDirectory directory;
   const std::string path = directory / "text";
-  const std::string old(1000000, 'o');
   const Texts texts(20000, "0123456789");
   std::string whole;
   for (const std::string& text : texts) whole += text + "\r\n";
   const struct {
     int line;
+    std::size_t old_length;
     int good_writes;
     std::size_t kept;
-  } kRows[] = {{__LINE__, 0, 0}, {__LINE__, 1, 1000}, {__LINE__, 100, 65536 + 34000}};
+  } kRows[] = {{__LINE__, 1000000, 0, 0},
+               {__LINE__, 1000000, 1, 1000},
+               {__LINE__, 1000000, 100, 65536 + 34000},
+               {__LINE__, 239000, 198 + 1, 3 * 65536 + 1000}};  // in the last block
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.line);
-    WriteBytes(path, old);
+    WriteBytes(path, std::string(row.old_length, 'o'));
     {
       const test::FaultyHost host({.good_writes = row.good_writes, .error = ENOSPC, .most = 1000});
       EXPECT_EQ(FailureOf([&] { Write(path, texts); }),
