@@ -57,13 +57,16 @@ class Reader {
   }
 
  private:
-  // An entry takes a "=" and, but for the last one, a separator.
+  // An entry takes a "=" and, but for the last one, a separator. Foreign text that is full of both
+  // need not have entries: a large table has to grow.
   UINT MostEntries() const {
+    constexpr std::size_t kLargeTable = 64 << 10;
     platform::ByteSet equals, separators;
     equals.Add('=');
     separators.Add(*kSeparator);
-    return static_cast<UINT>(std::min(platform::ByteScan(m_line, equals).Count(),
-                                      platform::ByteScan(m_line, separators).Count() + 1));
+    return static_cast<UINT>(
+        std::min({platform::ByteScan(m_line, equals).Count(),
+                  platform::ByteScan(m_line, separators).Count() + 1, kLargeTable}));
   }
 
   bool AtEnd() const { return m_at == m_line.size(); }
