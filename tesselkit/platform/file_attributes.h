@@ -13,3 +13,10 @@ constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 // that cannot be told. Both `\` and `/` separate components; a null name counts as the empty one,
 // which leads to nothing. May be called from any thread.
 TESSELKIT_API DWORD GetFileAttributesA(const char* name);
+
+namespace tesselkit::platform {
+
+// Whether the name, as above, leads to a named pipe: opening one waits for its other end.
+TESSELKIT_API bool IsPipe(const char* name);
+
+}  // namespace tesselkit::platform

@@ -28,7 +28,8 @@ CString Locate(const char* directories, const char* name, bool (*is_there)(const
 // Others may have the file open meanwhile: a look is no reason to be in anybody's way.
 bool IsReadableFile(const char* path) {
   CFile file;
-  return file.Open(path, CFile::modeRead | CFile::shareDenyNone) != FALSE;
+  return !tesselkit::platform::IsPipe(path) &&
+         file.Open(path, CFile::modeRead | CFile::shareDenyNone) != FALSE;
 }
 
 bool IsDirectory(const char* path) {

@@ -14,8 +14,8 @@
 #include "tesselkit/platform/export.h"
 
 // The path of the first directory's file of that name that can be opened for reading, or an empty
-// text. A directory of that name is passed over, and so is a file that another opener has for
-// itself. Exceptions other than the file layer's pass to the caller.
+// text. A directory of that name is passed over, and so are a named pipe and a file that another
+// opener has for itself. Exceptions other than the file layer's pass to the caller.
 TESSELKIT_API CString AdLocateFile(const char* directories, const char* fileName);
 
 // The path of the first directory's subdirectory of that name, or an empty text. A file of that

@@ -30,9 +30,11 @@ TEST(Location, FindsTheFirstOfTheList) {
   for (const char* name : {"a", "b", "a/only a is a directory", "a/both", "b/both dir", "a/ "}) {
     mkdir((directory / name).c_str(), 0700);
   }
-  for (const char* name : {"b/both", "b/only b", "a/file", "b/file", "a/both dir", "a/ /x"}) {
+  for (const char* name :
+       {"b/both", "b/only b", "b/pipe", "a/file", "b/file", "a/both dir", "a/ /x"}) {
     WriteBytes(directory / name, "");
   }
+  ASSERT_EQ(mkfifo((directory / "a/pipe").c_str(), 0600), 0);
   const struct {
     int line;
     CString (*locate)(const char*, const char*);
@@ -58,6 +60,9 @@ TEST(Location, FindsTheFirstOfTheList) {
       {__LINE__, AdLocateFile, "$/a", nullptr, ""},
       {__LINE__, AdLocateFile, "", "file", ""},
       {__LINE__, AdLocateFile, nullptr, "file", ""},
+      // A named pipe would have to be waited for.
+      {__LINE__, AdLocateFile, "$/a;$/b", "pipe", "$/b\\pipe"},
+      {__LINE__, AdLocateFile, "$/a", "pipe", ""},
       // A directory is no file, and the other way round.
       {__LINE__, AdLocateFile, "$/a;$/b", "both", "$/b\\both"},
       {__LINE__, AdLocateDir, "$/a;$/b", "both dir", "$/b\\both dir"},
