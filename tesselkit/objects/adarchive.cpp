@@ -3,15 +3,16 @@
 #include <array>
 #include <atomic>
 #include <mutex>
-#include <new>
 
 #include "tesselkit/objects/adobject.h"
 #include "tesselkit/objects/pointer_tags.h"
+#include "tesselkit/platform/allocator.h"
 #include "tesselkit/platform/exceptions.h"
 #include "tesselkit/platform/stack_room.h"
 
 using tesselkit::objects::FactoryCache;
 using tesselkit::objects::PointerTags;
+using tesselkit::platform::MakeOwned;
 
 namespace {
 
@@ -19,13 +20,6 @@ constexpr int kMostObjects = PointerTags::kMostPointers;
 
 constinit std::mutex reg_mutex;
 constinit std::atomic<unsigned> registrations = 0;
-
-template <class T>
-std::unique_ptr<T> MakeOwned() {
-  T* const made = new (std::nothrow) T;
-  if (made == nullptr) AfxThrowMemoryException();
-  return std::unique_ptr<T>(made);
-}
 
 }  // namespace
 

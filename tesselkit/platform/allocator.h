@@ -5,8 +5,10 @@
 
 #include <cstddef>
 #include <limits>
+#include <memory>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "tesselkit/platform/export.h"
 
@@ -37,6 +39,14 @@ struct Allocator {
     return true;
   }
 };
+
+// A new object, with the same failure; for classes without an operator new of their own.
+template <class T, class... Arguments>
+std::unique_ptr<T> MakeOwned(Arguments&&... arguments) {
+  T* const made = new (std::nothrow) T(std::forward<Arguments>(arguments)...);
+  if (made == nullptr) AfxThrowMemoryException();
+  return std::unique_ptr<T>(made);
+}
 
 using Text = std::basic_string<char, std::char_traits<char>, Allocator<char>>;
 

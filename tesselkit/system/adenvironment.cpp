@@ -5,7 +5,10 @@
 #include <memory>
 
 #include "tesselkit/failure/condition.h"
+#include "tesselkit/platform/allocator.h"
 #include "tesselkit/util/adutil_core.h"
+
+using tesselkit::platform::MakeOwned;
 
 namespace {
 
@@ -17,7 +20,7 @@ int IsDefined(const char* variable) {
 
 // None of the cached strings is ever freed, so that they can be used while the process ends.
 const CString& NeverFreed(const char* text) {
-  return *new CString(text);
+  return *MakeOwned<CString>(text).release();
 }
 
 }  // namespace
@@ -61,7 +64,7 @@ const CString& AdEnvironment::Temp_Directory() {
   // clang-format off
   AD_CHECK(AdIsNonEmpty (Temp));
   // clang-format on
-  auto made = std::make_unique<const CString>(Temp);
+  auto made = MakeOwned<const CString>(Temp);
   const CString* first = nullptr;
   return cached.compare_exchange_strong(first, made.get()) ? *made.release() : *first;
 }

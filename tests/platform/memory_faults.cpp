@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tesselkit/tesselkit.h"
+#include "tests/support/files.h"
 #include "tests/support/thrown.h"
 
 namespace {
@@ -204,6 +205,10 @@ TEST(MemoryFaults, FailuresBecomeTheMemoryException) {
           },
           [](Nothing&) { tesselkit::platform::SetDebugOutputSink([](const char*) {}); },
           [](Nothing&) { new CDynLinkLibrary(record); },
+          [](Nothing&) {
+            setenv("TEMP", kLong, 1);
+            AdEnvironment::Temp_Directory();
+          },
       });
   AfxTermExtensionModule(record);
   tesselkit::platform::SetDebugOutputSink({});
@@ -262,6 +267,22 @@ TEST(MemoryFaults, ConversionsEndWhatTheyWereGiven) {
     EXPECT_TRUE(number > 1 && number < 200) << number;
   }
   SetErrorInfo(0, nullptr);
+}
+
+TEST(MemoryFaults, RoomForLinesToComeIsNotInsistedOn) {
+  const test::TempDirectory directory;
+  const std::string path = directory / "lines";
+  std::string content;
+  for (int i = 0; i < 600; ++i) content += "a line of some length\r\n";
+  test::WriteBytes(path, content);
+  CStringArray lines;
+  int survived = 0;
+  for (int number = 1; number == 1 || was_refused; ++number) {
+    const bool failed = EndsWithoutMemory(number, [&] { AdGetTextFile(path.c_str(), lines); });
+    if (was_refused && !failed) ++survived;
+    EXPECT_TRUE(failed || lines.GetSize() == 600) << number;
+  }
+  EXPECT_EQ(survived, 1);
 }
 
 // Objects that the program keeps, of which its factory hands out the next one.
