@@ -1,11 +1,13 @@
 #include "tesselkit/util/adutil_names.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <barrier>
 #include <thread>
 #include <vector>
 
+#include "tesselkit/platform/module.h"
 #include "tests/support/code_page.h"
 #include "tests/support/failures.h"
 #include "tests/support/text_model.h"
@@ -110,6 +112,42 @@ TEST_F(Names, OneReasonInWords) {
   // Only the length, whatever else is wrong.
   EXPECT_EQ(ReasonOf(AdIsValidIdentifier, "                          "), LengthReason(26, 25));
   EXPECT_EQ(ReasonOf(AdIsValidLogin, "-------------------------------"), LengthReason(31, 30));
+}
+
+// The forbidden characters are read at every call, the alphabets at the first strict check only.
+TEST_F(Names, OtherStringsReachThePermissiveCheckAlone) {
+  const std::string forbidden = "Names cannot contain one of these characters:x\x95\x5C";
+  const test::CodePage page(932);
+  EXPECT_EQ(ReasonOf(AdIsValidLogin, "9"), kFirstReason);
+  void* const module = dlopen(NAMES_MODULE_FILE, RTLD_NOW | RTLD_LOCAL);
+  for (int time = 0; time < 2; ++time) {
+    AfxSetResourceHandle(GetModuleHandleA(NAMES_MODULE_FILE));
+    EXPECT_EQ(ReasonOf(AdIsValidIdentifier, "ax"), forbidden);
+    EXPECT_EQ(ReasonOf(AdIsValidIdentifier, "a\x95\x5C"), forbidden);
+    EXPECT_EQ(ReasonOf(AdIsValidIdentifier, "a\x5C b"), "");
+    EXPECT_EQ(ReasonOf(AdIsValidLogin, "abc"), "");
+    EXPECT_EQ(ReasonOf(AdIsValidIdentifierAscii, "z-"), kFollowingReason);
+    AfxSetResourceHandle(nullptr);
+    EXPECT_EQ(ReasonOf(AdIsValidIdentifier, "ax"), "");
+    EXPECT_EQ(ReasonOf(AdIsValidIdentifier, "a b"), kForbiddenReason);
+  }
+  dlclose(module);
+}
+
+TEST_F(Names, WithoutAnyStringsTheSetIsMissed) {
+  const std::string missing = "18018 ";
+  AFX_MODULE_STATE without_resources;
+  EXPECT_EQ(ReasonOf(AdIsValidLogin, "abc"), "");
+  for (int time = 0; time < 2; ++time) {
+    AfxSetModuleState(&without_resources);
+    CString reason = "what was there";
+    EXPECT_EQ(ThrownBy([&] { AdIsValidIdentifier("abc", reason); }), missing);
+    EXPECT_EQ(reason, "");
+    EXPECT_EQ(ThrownBy([] { AdIsValidIdentifier("abc"); }), missing);
+    EXPECT_EQ(ReasonOf(AdIsValidLogin, "abc"), "");
+    AfxSetModuleState(nullptr);
+    CheckName("a b");
+  }
 }
 
 // Under ctest each test is a process of its own, so these are the first checks made in it.
