@@ -3,7 +3,7 @@
 // An index outside an array, a negative size or a null buffer throws CInvalidArgException*; memory
 // that runs out throws CMemoryException*. Either way the collection stays as it was. Elements that
 // SetSize adds are empty texts, zeros or nulls. Collections own their texts, never what a pointer
-// points to.
+// points to. None is serialised: Serialize stores and loads nothing, and IsSerializable says so.
 // Different objects may be used by different threads at once; one object only for reading.
 #pragma once
 
