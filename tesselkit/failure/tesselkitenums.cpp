@@ -1,5 +1,7 @@
 #include "tesselkit/failure/tesselkitenums.h"
 
+#include <cstdint>
+
 #include "tesselkit/failure/adresource.h"
 #include "tesselkit/failure/condition.h"
 #include "tesselkit/platform/mbstring.h"
@@ -65,7 +67,7 @@ long AdStringToEnum(const char* name, const char* const* names, long first, long
 CString AdInvalidEnumValue(const char* type_name, long value) {
   const CString format = AdGetStringResource(tesselkit::message_id::kInvalidEnumValue);
   CString text;
-  text.Format(format, type_name != nullptr ? type_name : "", static_cast<int>(value));
+  text.Format(format, type_name != nullptr ? type_name : "", static_cast<std::int32_t>(value));
   return text;
 }
 

@@ -24,8 +24,9 @@ TESSELKIT_API const char* AdEnumToString(long value, const char* const* names, l
 TESSELKIT_API long AdStringToEnum(const char* name, const char* const* names, long first,
                                   long last);
 
-// What to show for a value outside its enumeration: "<Invalid AdProgress_t value: 7>". Throws
-// message 18018 when the string resources lack that text.
+// What to show for a value outside its enumeration: "<Invalid AdProgress_t value: 7>". A null name
+// counts as the empty one. The number is the value's low 32 bits, as a signed one: all that a
+// `long` means. Throws message 18018 when the string resources lack that text.
 TESSELKIT_API CString AdInvalidEnumValue(const char* type_name, long value);
 
 // For each enumeration: whether a value is valid (1 or 0); its name, a condition failure

@@ -77,6 +77,7 @@ TEST_F(Enumerations, GenericFunctionsTakeAnyDenseRange) {
   EXPECT_EQ(AdStringToEnum("minus", names, 10, 13), 10);
   EXPECT_EQ(AdStringToEnum("", names, -1, 2), 0);
   EXPECT_EQ(AdInvalidEnumValue("%d", -3), "<Invalid %d value: -3>");
+  EXPECT_EQ(AdInvalidEnumValue(nullptr, 0x1'8000'0007), "<Invalid  value: -2147483641>");
 }
 
 }  // namespace
