@@ -1,6 +1,7 @@
 #include "tesselkit/failure/exception_report.h"
 
 #include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <cstdint>
 #include <string_view>
@@ -9,6 +10,7 @@
 #include "tesselkit/platform/debug_help.h"
 #include "tesselkit/platform/debug_output.h"
 #include "tesselkit/platform/module_symbols.h"
+#include "tesselkit/platform/system_message.h"
 
 namespace tesselkit::failure {
 namespace {
@@ -45,6 +47,13 @@ constexpr CodeName kCodeNames[] = {
     TESSELKIT_NAMED(STACK_OVERFLOW),
 #undef TESSELKIT_NAMED
 };
+
+// False, with an empty text, when the system has none.
+bool WriteSystemText(DWORD code, ExceptionNameBuffer& buffer) {
+  constexpr DWORD kFlags = FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS;
+  buffer.front() = '\0';
+  return FormatMessageA(kFlags, nullptr, code, 0, buffer.data(), buffer.size(), nullptr) > 0;
+}
 
 // One piece of a report in the making, cut to what a piece may hold.
 class Piece {
@@ -92,9 +101,10 @@ void WriteLogicalAddress(Piece& piece, const platform::LoadedModule& module, std
 }
 
 void WriteHeader(AdExceptionReport& report, const EXCEPTION_RECORD& record) {
+  ExceptionNameBuffer buffer;
   Piece code;
   code.Text("Exception code: ").Hex(record.ExceptionCode, 8).Text(" ");
-  code.Text(ExceptionCodeName(record.ExceptionCode)).Text("\n").AppendTo(report);
+  code.Text(ExceptionCodeName(record.ExceptionCode, buffer)).Text("\n").AppendTo(report);
   const auto address = reinterpret_cast<std::uintptr_t>(record.ExceptionAddress);
   Piece where;
   where.Text("Fault address:  ").Hex(address, 8).Text(" ");
@@ -158,11 +168,18 @@ CString AdExceptionReport::Text() const {
   return text;
 }
 
-const char* ExceptionCodeName(DWORD code) {
+const char* ExceptionCodeName(DWORD code, ExceptionNameBuffer& buffer) {
   for (const CodeName& row : kCodeNames) {
     if (row.code == code) return row.name;
   }
-  return "";
+  // Not the text but its code is shared, so that reports made at the same time stay apart.
+  static std::atomic<DWORD> last_with_text = 0;
+  if (WriteSystemText(code, buffer)) {
+    last_with_text = code;
+  } else {
+    WriteSystemText(last_with_text, buffer);
+  }
+  return buffer.data();
 }
 
 void WriteReport(AdExceptionReport& report, const EXCEPTION_RECORD* record,

@@ -1,6 +1,8 @@
 // The lines of a report about a native exception or a call stack.
 #pragma once
 
+#include <array>
+
 #include "tesselkit/platform/collections.h"
 #include "tesselkit/platform/native_exception.h"
 
@@ -13,8 +15,13 @@ class AdExceptionReport : public CStringArray {
   CString Text() const;
 };
 
-// The name of an exception code, without its prefix. Empty for a code without a name.
-const char* ExceptionCodeName(DWORD code);
+// Room for the system's text of an exception code.
+using ExceptionNameBuffer = std::array<char, 512>;
+
+// The name of an exception code, without its prefix. For a code that has none, the system's text,
+// which is put into `buffer`; where the system has no text either, the last one that the process
+// has been given, empty before the first. Takes no lock and no memory.
+const char* ExceptionCodeName(DWORD code, ExceptionNameBuffer& buffer);
 
 // Writes the lines about the exception, unless `record` is null, and the frames. May fault where
 // the record's and the context's pointers are wrong.

@@ -2,17 +2,18 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 namespace {
 
 struct SystemText {
-  LONG code;
+  DWORD code;
   std::string_view text;
 };
 
 // Ascending by code.
-constexpr SystemText kTexts[] = {
+constexpr SystemText kStatusTexts[] = {
     {ERROR_SUCCESS, "The operation completed successfully.\r\n"},
     {ERROR_FILE_NOT_FOUND, "The system cannot find the file specified.\r\n"},
     {ERROR_ACCESS_DENIED, "Access is denied.\r\n"},
@@ -36,9 +37,42 @@ constexpr SystemText kTexts[] = {
      "Insufficient system resources exist to complete the requested service.\r\n"},
 };
 
-std::string_view TextOf(DWORD code) {
-  const auto* found = std::ranges::find(kTexts, static_cast<LONG>(code), &SystemText::code);
-  return found != std::end(kTexts) ? found->text : std::string_view();
+// What programs raise beside the codes that have a name in native_exception.h. Ascending by code.
+constexpr SystemText kExceptionTexts[] = {
+    {0x40010005, "Debugger got control C.\r\n"},
+    {0xC0000001, "{Operation Failed}\r\nThe requested operation was unsuccessful.\r\n"},
+    {0xC0000002, "{Not Implemented}\r\nThe requested operation is not implemented.\r\n"},
+    {0xC000000D, "An invalid parameter was passed to a service or function.\r\n"},
+    {0xC0000017,
+     "{Not Enough Quota}\r\nNot enough virtual memory or paging file quota is available to "
+     "complete "
+     "the specified operation.\r\n"},
+    {0xC0000022,
+     "{Access Denied}\r\nA process has requested access to an object, but has not been granted "
+     "those access rights.\r\n"},
+    {0xC000009A, "Insufficient system resources exist to complete the API.\r\n"},
+    {0xC000013A,
+     "{Application Exit by CTRL+C}\r\nThe application terminated as a result of a CTRL+C.\r\n"},
+    {0xC0000194, "{EXCEPTION}\r\nPossible deadlock condition.\r\n"},
+    {0xC00002B4, "{EXCEPTION}\r\nMultiple floating point faults.\r\n"},
+    {0xC00002B5, "{EXCEPTION}\r\nMultiple floating point traps.\r\n"},
+    {0xC0000374, "A heap has been corrupted.\r\n"},
+    {0xC0000409,
+     "The system detected an overrun of a stack-based buffer in this application. This overrun "
+     "could potentially allow a malicious user to gain control of this application.\r\n"},
+    {0xC0000420, "An assertion failure has occurred.\r\n"},
+};
+
+std::string_view TextIn(std::span<const SystemText> texts, DWORD code) {
+  const auto found = std::ranges::find(texts, code, &SystemText::code);
+  return found != texts.end() ? found->text : std::string_view();
+}
+
+std::string_view TextOf(DWORD flags, DWORD code) {
+  std::string_view text;
+  if ((flags & FORMAT_MESSAGE_FROM_HMODULE) != 0) text = TextIn(kExceptionTexts, code);
+  const bool wants_status = text.empty() && (flags & FORMAT_MESSAGE_FROM_SYSTEM) != 0;
+  return wants_status ? TextIn(kStatusTexts, code) : text;
 }
 
 char* NewBuffer(std::size_t text_size, DWORD wanted) {
@@ -54,9 +88,8 @@ DWORD FormatMessageA(DWORD flags, LPCVOID, DWORD message_id, DWORD, LPSTR buffer
   const bool allocates = (flags & FORMAT_MESSAGE_ALLOCATE_BUFFER) != 0;
   char* no_memory = nullptr;
   if (allocates) std::memcpy(buffer, &no_memory, sizeof no_memory);
-  if ((flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0) return 0;
 
-  const std::string_view text = TextOf(message_id);
+  const std::string_view text = TextOf(flags, message_id);
   if (text.empty() || (!allocates && text.size() >= size)) return 0;
   char* out = allocates ? NewBuffer(text.size(), size) : buffer;
   if (out == nullptr) return 0;

@@ -1,4 +1,4 @@
-// The system's own texts for status codes.
+// The system's own texts for status codes and for exception codes.
 #pragma once
 
 #include <cstdarg>
@@ -10,6 +10,7 @@
 
 constexpr DWORD FORMAT_MESSAGE_ALLOCATE_BUFFER = 0x0100;
 constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x0200;
+constexpr DWORD FORMAT_MESSAGE_FROM_HMODULE = 0x0800;
 constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
 
 constexpr WORD LANG_NEUTRAL = 0x00;
@@ -19,10 +20,11 @@ constexpr DWORD MAKELANGID(WORD primary, WORD sub) {
   return static_cast<DWORD>(sub) << 10 | primary;
 }
 
-// Gives the text of the status code `message_id`, its closing CR LF included, and returns its
-// length in bytes; 0 when there is no text for it, or `flags` lack FORMAT_MESSAGE_FROM_SYSTEM, or
-// the text does not fit, or memory runs out. No text holds inserts; `source`, `language` and
-// `arguments` are not looked at.
+// Gives the text of `message_id`, its closing CR LF included, and returns its length in bytes: with
+// FORMAT_MESSAGE_FROM_HMODULE of an exception code, with FORMAT_MESSAGE_FROM_SYSTEM of a status
+// code, with both of whichever it is. 0 when there is no text for it, or `flags` have neither, or
+// the text does not fit, or memory runs out. The host has one table of exception codes, whatever
+// module `source` is, and one language; no text holds inserts, so `arguments` are not looked at.
 //
 // With FORMAT_MESSAGE_ALLOCATE_BUFFER, `buffer` is the address of a pointer that receives the text
 // in memory of its own, of at least `size` bytes, which the caller gives back with LocalFree; it

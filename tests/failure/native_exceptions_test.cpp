@@ -10,6 +10,7 @@
 #include "tesselkit/platform/module.h"
 #include "tests/support/child.h"
 #include "tests/support/faulting_code.h"
+#include "tests/support/process.h"
 #include "tests/support/traced_test.h"
 
 // The walk's library is not instrumented, so what it does to guard its state is not seen.
@@ -185,6 +186,45 @@ TEST_F(NativeExceptions, RaisedOnesAreConvertedLikeFaults) {
   const AdExceptionConverter converter;
   const std::string report = ReportOf([] { RaiseException(0xE0001234, 1, 0, nullptr); });
   EXPECT_EQ(Lines(report)[1], "Exception code: E0001234 ");
+}
+
+// The header's first line for a code, with its line feed.
+std::string CodeLine(DWORD code) {
+  EXCEPTION_RECORD record{};
+  record.ExceptionCode = code;
+  CONTEXT context{};
+  EXCEPTION_POINTERS pointers{&record, &context};
+  CString stack;
+  AdLookupCallStack(stack, &pointers);
+  const std::string text(stack.View());
+  return text.substr(0, text.find("Fault address"));
+}
+
+TEST_F(NativeExceptions, ACodeWithoutANameHasTheSystemsTextOrTheLastOne) {
+  const std::string heap = "A heap has been corrupted.\r\n";
+  const std::string deadlock = "{EXCEPTION}\r\nPossible deadlock condition.\r\n";
+  const int code = test::InChild([&] {
+    const std::pair<DWORD, std::string> rows[] = {
+        {0xE0001234, ""},
+        {0xC0000374, heap},
+        {0xE0001234, heap},
+        {0xC0000005, "ACCESS_VIOLATION"},
+        {0xC0000194, deadlock},
+        {0x80000003, "BREAKPOINT"},
+        {0, deadlock},
+        {5, deadlock},
+        {0xC0000094, "INT_DIVIDE_BY_ZERO"},
+    };
+    int line = 0;
+    for (const auto& [number, name] : rows) {
+      ++line;
+      char digits[16];
+      std::snprintf(digits, sizeof digits, "%08X ", number);
+      if (CodeLine(number) != "Exception code: " + (digits + name) + "\n") return line;
+    }
+    return 0;
+  });
+  EXPECT_EQ(code, 0);
 }
 
 struct Seen {
