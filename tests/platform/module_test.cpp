@@ -103,24 +103,11 @@ TEST(StringTables, AreReadInAnyOrderAndCutToTheBuffer) {
   EXPECT_EQ(LoadStringA(nullptr, 5, buffer, 10), 0);
 }
 
-TEST(StringTables, TheModuleFormsOfTheLookUpReadThem) {
-  const char* name = "tesselkit_test.solid";
-  CString result = "untouched";
-  EXPECT_EQ(AdLookupStringResource(name, 5, result), 0);
-  EXPECT_EQ(result, "untouched");
-  const Loaded module(kTable);
-  EXPECT_EQ(AdLookupStringResource(name, 5, result), 1);
-  EXPECT_EQ(result, "first five");
-  EXPECT_EQ(AdLookupStringResource(name, 8, result), 1);
-  EXPECT_EQ(result.GetLength(), 1023);
-  EXPECT_EQ(result.Right(18), "15 characters: 15 ");
-  EXPECT_EQ(AdLookupStringResource(name, 6, result), 0);
-  EXPECT_EQ(result, "");
-
-  // A module without a table does not carry that of a library it links.
+TEST(StringTables, OfALinkedLibraryAreNotAModulesOwn) {
   const Loaded plain(TEST_MODULES "/tesselkit_plain.so");
   ASSERT_NE(dlsym(plain.Handle(), "tesselkit_string_table"), nullptr);
   EXPECT_FALSE(HasStringTable(plain.Handle()));
+  CString result;
   EXPECT_EQ(AdLookupStringResource("tesselkit_plain", 18017, result), 0);
 }
 
