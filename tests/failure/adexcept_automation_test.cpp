@@ -115,8 +115,6 @@ const Row kRows[] = {
      "message 65536 of %badint%|0|(null)|(null)"},
     {__LINE__, [] { return ListOf({65537}); }, "1 message 65537 of %badint%",
      "message 65537 of %badint%|0|(null)|(null)"},
-    {__LINE__, [] { return ListOf({-1}); }, "65535 message -1 of %badint%",
-     "message -1 of %badint%|0|(null)|(null)"},
     {__LINE__, [] { return ListOf({}); }, "18002 " + kNoDetails, kNoDetails + "|0|(null)|(null)"},
     {__LINE__, [] { return new Counted<CMemoryException>; },
      "18005 A CException occurred:\nOut of memory.",

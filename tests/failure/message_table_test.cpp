@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <map>
-#include <regex>
 
 #include "tesselkit/failure/adresource.h"
 
@@ -31,37 +29,6 @@ TEST(MessageTable, HoldsTheseIdsOnceAndInOrder) {
 #undef TESSELKIT_MESSAGE
   };
   EXPECT_EQ(rows, expected);
-}
-
-TEST(MessageTable, PlaceholdersAreKnownAndSentencesTwoBlanksApart) {
-  const std::regex known(
-      "%(except_name|source|details|resource_id|failed_expr|(failure|repair)_location|"
-      "value[1-4]?|value[1-4]name|what|thrower|modifier|relative|(got|want)type|got(addr|expr)|"
-      "index(name|val)|upperbound|from_(ole|dbaccess|metadata|query|userdata)|mgrname|"
-      "(actual|act|min|max)_len|alphabet|badname|reason|(bad|min|max)int|operation|actual_rows|"
-      "string|problem|reg|name|func|key|msg|str|chars)%");
-  Ids other_percents, other_blanks;
-  for (const auto& [id, text] : Texts()) {
-    std::string rest = std::regex_replace(text, known, "");
-    if (rest.find('%') != std::string::npos) other_percents.push_back(id);
-    rest = std::regex_replace(text, std::regex("\\.  (?! )"), "");
-    if (std::regex_search(rest, std::regex("  |\\. "))) other_blanks.push_back(id);
-  }
-  EXPECT_EQ(other_percents, (Ids{18004, 18006, 18034, 18062}));  // printf formats, and a set
-  EXPECT_EQ(other_blanks, (Ids{18047, 18051}));
-}
-
-TEST(MessageTable, CharacterSetsFollowTheirRules) {
-  std::string lower, upper, digits, others = "! ";
-  for (int c = '"'; c < 0x7F; ++c) {
-    std::string& kind = islower(c) ? lower : isupper(c) ? upper : isdigit(c) ? digits : others;
-    if (c != '-' && c != '_') kind += static_cast<char>(c);
-  }
-  auto texts = Texts();
-  EXPECT_EQ(texts[18037], lower + upper);
-  EXPECT_EQ(texts[18038], lower + upper + "_" + digits);
-  EXPECT_EQ(texts[18062], others);
-  EXPECT_EQ(others.size(), 31u);
 }
 
 // Of those that no other test sees filled.
