@@ -56,66 +56,25 @@ class ObjectArchive : public testing::Test {
   }
 };
 
-TEST_F(ObjectArchive, BytesOfValues) {
-  const std::string bytes = Stored([](AdArchive& archive) {
-    archive << static_cast<unsigned char>(0x81) << '\x82' << static_cast<unsigned short>(0x8483)
-            << short{-2} << -3 << 4294967292U << -5L << 4294967290UL << -2.5 << CString("ab");
-    archive.Write("raw", 3);
-  });
-  EXPECT_EQ(Hexadecimal(bytes),
-            "81 82 83 84 FE FF FD FF FF FF FC FF FF FF FB FF FF FF FA FF FF FF "
-            "00 00 00 00 00 00 04 C0 02 61 62 72 61 77");
-  EXPECT_EQ(FailureOf([] { Stored([](AdArchive& archive) { archive << 2147483648L; }); }),
-            "archive genericException store.dat");
-}
-
 TEST_F(ObjectArchive, BytesOfReferences) {
-  struct Case {
-    int line;
-    std::function<void(AdArchive&)> store;
-    const char* bytes;
-  };
   Link* const one = NewLink(0x11);
-  Link* const two = NewLink(0x22, one);
-  Link* const self = NewLink(0x33);
-  self->links[0] = self;
   Link* const left = NewLink(0x44);
   Link* const right = NewLink(0x55, left);
   left->links[0] = right;
-  const Case cases[] = {
-      {__LINE__, [](AdArchive& a) { a << static_cast<AdObject*>(nullptr); }, "00 00"},
-      {__LINE__, [&](AdArchive& a) { a << one; }, "01 00 01 4C 11 00 00"},
-      {__LINE__, [&](AdArchive& a) { a << one << one; }, "01 00 01 4C 11 00 00 01 00"},
-      {__LINE__, [&](AdArchive& a) { a << two << one; },
-       "01 00 01 4C 22 02 00 01 4C 11 00 00 02 00"},
-      {__LINE__, [&](AdArchive& a) { a << self; }, "01 00 01 4C 33 01 00"},
-      {__LINE__, [&](AdArchive& a) { a << left << right; },
-       "01 00 01 4C 44 02 00 01 4C 55 01 00 02 00"},
-      {__LINE__,
-       [&](AdArchive& a) {
-         a.MapObject(one);
-         a.MapObject(nullptr);
-         a.MapObject(one);
-         a << two << one;
-       },
-       "02 00 01 4C 22 01 00 01 00"},
-      {__LINE__,
-       [&](AdArchive& a) {
-         unsigned short tag = 9;
-         EXPECT_EQ(a.StorePointer(nullptr, tag), 1);
-         EXPECT_EQ(tag, 0);
-         EXPECT_EQ(a.StorePointer(one, tag), 0);
-         EXPECT_EQ(tag, 1);
-         EXPECT_EQ(a.StorePointer(one, tag), 1);
-         EXPECT_EQ(tag, 1);
-         a << one;
-       },
-       "01 00"},
-  };
-  for (const Case& each : cases) {
-    SCOPED_TRACE(each.line);
-    EXPECT_EQ(Hexadecimal(Stored(each.store)), each.bytes);
-  }
+  EXPECT_EQ(Hexadecimal(Stored([&](AdArchive& a) { a << left << right << right; })),
+            "01 00 01 4C 44 02 00 01 4C 55 01 00 02 00 02 00");
+  EXPECT_EQ(Hexadecimal(Stored([&](AdArchive& a) {
+              unsigned short tag = 9;
+              EXPECT_EQ(a.StorePointer(nullptr, tag), 1);
+              EXPECT_EQ(tag, 0);
+              for (const int known : {0, 1}) {
+                EXPECT_EQ(a.StorePointer(one, tag), known);
+                EXPECT_EQ(tag, 1);
+              }
+              a << one << static_cast<AdObject*>(nullptr);
+              a.Write("raw", 3);
+            })),
+            "01 00 00 00 72 61 77");
 }
 
 // A graph as numbers, and the bytes it must have, found without an archive.
@@ -360,9 +319,6 @@ TEST_F(ObjectArchive, TheProtectedSteps) {
   LoadFile file("");
   OpenArchive storing(&file, CArchive::store);
   unsigned short tag = 0;
-  EXPECT_EQ(storing.Do_StorePointer(one, tag), 0);
-  EXPECT_EQ(storing.Do_StorePointer(one, tag), 1);
-  EXPECT_EQ(tag, 1);
   EXPECT_EQ(FailureOf([&] { storing.Do_SaveAddress(1, one); }), "archive writeOnly load.dat");
   storing.Get_CArchive().Abort();
   OpenArchive loading(&file, CArchive::load);
