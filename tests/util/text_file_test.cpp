@@ -56,13 +56,10 @@ TEST(TextFile, ReadsLines) {
   } kRows[] = {
       // line   bytes                     lines
       {__LINE__, "", {}},
-      {__LINE__, "a\r\n\r\nb\r\n", {"a", "", "b"}},
       {__LINE__, "a\r\n\r\nb", {"a", "", "b"}},
-      {__LINE__, "\r\n", {""}},
       {__LINE__, "\n\r\n\n", {"", "", ""}},
       {__LINE__, "a\nb\r\nc\rd", {"a", "b", "c\rd"}},
       {__LINE__, "a\r\r\nb\r", {"a\r", "b\r"}},
-      {__LINE__, "\r", {"\r"}},
       {__LINE__, kNul + "\r\n" + kNul, {kNul, kNul}},
       {__LINE__, "a\x1A\r\nb", {"a\x1A", "b"}},
       {__LINE__, "\x81\r\n\x81\n", {"\x81", "\x81"}},
@@ -80,7 +77,6 @@ TEST(TextFile, ReadsLines) {
 }
 
 TEST(TextFile, WritesLines) {
-  const std::string kNul("a\0b", 3);
   const struct {
     int line;
     Texts lines;
@@ -88,12 +84,10 @@ TEST(TextFile, WritesLines) {
   } kRows[] = {
       // line   lines                 bytes
       {__LINE__, {}, ""},
-      {__LINE__, {""}, "\r\n"},
       {__LINE__, {"a", "", "b"}, "a\r\n\r\nb\r\n"},
       {__LINE__, {"a\nb"}, "a\r\nb\r\n"},
       {__LINE__, {"a\r", "b\r\n"}, "a\r\r\nb\r\r\n\r\n"},
       {__LINE__, {"%s%n%", "\"\\"}, "%s%n%\r\n\"\\\r\n"},
-      {__LINE__, {kNul}, kNul + "\r\n"},
       {__LINE__, {"\x83\x5C"}, "\x83\x5C\r\n"},
   };
   const TempDirectory directory;
@@ -157,10 +151,6 @@ TEST(TextFile, WhatCannotBeOpenedLeavesNoLines) {
        directory.Path(),
        {CFileException::accessDenied, EISDIR},
        {CFileException::accessDenied, EISDIR}},
-      {__LINE__,
-       "",
-       {CFileException::fileNotFound, ENOENT},
-       {CFileException::fileNotFound, ENOENT}},
       {__LINE__, "/proc/self/mem", {CFileException::hardIO, EIO}, {CFileException::hardIO, EIO}},
   };
   for (const auto& row : kRows) {
