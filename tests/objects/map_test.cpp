@@ -15,17 +15,12 @@
 
 #include "tesselkit/platform/exceptions.h"
 #include "tests/support/failures.h"
+#include "tests/support/texts.h"
 #include "tests/support/traced_test.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
-
-Lines ToLines(const CStringArray& array) {
-  Lines lines;
-  for (int i = 0; i < array.GetSize(); ++i) lines.emplace_back(array[i].View());
-  return lines;
-}
+using Lines = test::Texts;
 
 class TestMap : public AdMapObjectLong {
  public:
@@ -33,7 +28,7 @@ class TestMap : public AdMapObjectLong {
     CStringArray lines;
     lines.Add("what was there before");
     Statistics(lines);
-    return ToLines(lines);
+    return test::TextsOf(lines);
   }
   unsigned long Bins() const { return m_table.BinCount(); }
   unsigned long NextSize() const { return m_table.NextSize(); }

@@ -57,12 +57,12 @@ TEST(File, OpeningMakesEmptiesOrKeeps) {
        CFile::modeCreate | CFile::modeRead | CFile::modeNoTruncate,
        {},
        "old bytes"},
-      {__LINE__, "new", CFile::modeRead, {CFileException::fileNotFound, ENOENT}, "(missing)"},
+      {__LINE__, "new", CFile::modeRead, test::kMissing, "(missing)"},
       {__LINE__, "new", CFile::modeCreate | CFile::modeWrite, {}, ""},
       {__LINE__, "new", CFile::modeCreate | CFile::modeRead | CFile::modeNoTruncate, {}, ""},
-      {__LINE__, "directory", CFile::modeRead, {CFileException::accessDenied, EISDIR}, nullptr},
+      {__LINE__, "directory", CFile::modeRead, test::kIsDirectory, nullptr},
       {__LINE__, "old/below", CFile::modeRead, {CFileException::badPath, ENOTDIR}, nullptr},
-      {__LINE__, "none/below", CFile::modeCreate, {CFileException::fileNotFound, ENOENT}, nullptr},
+      {__LINE__, "none/below", CFile::modeCreate, test::kMissing, nullptr},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.line);
@@ -75,7 +75,7 @@ TEST(File, OpeningMakesEmptiesOrKeeps) {
       EXPECT_EQ(ReadBytes(directory / row.name), row.after);
     }
   }
-  EXPECT_EQ(OpenFailure("", CFile::modeRead), (FileFailure{CFileException::fileNotFound, ENOENT}));
+  EXPECT_EQ(OpenFailure("", CFile::modeRead), test::kMissing);
   CFile file;
   EXPECT_FALSE(file.Open(nullptr, CFile::modeRead));
 }
@@ -309,11 +309,9 @@ TEST(File, RenamesAndRemovesWhatNobodyHolds) {
   EXPECT_EQ(ReadBytes(directory / "b"), "a's");
   CFile::Remove(b.c_str());
   EXPECT_EQ(ReadBytes(directory / "b"), "(missing)");
-  const FileFailure missing = {CFileException::fileNotFound, ENOENT};
-  EXPECT_EQ(FailureOf([&] { CFile::Remove(b.c_str()); }), missing);
-  EXPECT_EQ(FailureOf([&] { CFile::Rename(b.c_str(), a.c_str()); }), missing);
-  EXPECT_EQ(FailureOf([&] { CFile::Remove(directory.Path().c_str()); }),
-            (FileFailure{CFileException::accessDenied, EISDIR}));
+  EXPECT_EQ(FailureOf([&] { CFile::Remove(b.c_str()); }), test::kMissing);
+  EXPECT_EQ(FailureOf([&] { CFile::Rename(b.c_str(), a.c_str()); }), test::kMissing);
+  EXPECT_EQ(FailureOf([&] { CFile::Remove(directory.Path().c_str()); }), test::kIsDirectory);
 }
 
 TEST(File, NamesAreTakenApartByCharacters) {
@@ -495,22 +493,20 @@ TEST(File, AFullDiskKeepsWhatFitted) {
   EXPECT_EQ(ReadBytes(path), std::string(100, 'x'));
 
   CFile full("/dev/full", CFile::modeWrite);
-  EXPECT_EQ(FailureOf([&] { full.Write("x", 1); }),
-            (FileFailure{CFileException::diskFull, ENOSPC}));
+  EXPECT_EQ(FailureOf([&] { full.Write("x", 1); }), test::kDiskFull);
 }
 
 TEST(File, HostErrorsKeepTheirCauseAndTheFileIsClosed) {
-  const FileFailure failing_device = {CFileException::hardIO, EIO};
   // Nothing is mapped at address 0.
   CFile memory("/proc/self/mem", CFile::modeRead);
   char c;
-  EXPECT_EQ(FailureOf([&] { memory.Read(&c, 1); }), failing_device);
+  EXPECT_EQ(FailureOf([&] { memory.Read(&c, 1); }), test::kDeviceFails);
 
   const TempDirectory directory;
   CFile file((directory / "f").c_str(), CFile::modeCreate | CFile::modeWrite);
   const int descriptor = file.m_hFile;
   const test::FaultyHost host({.good_closes = 0, .error = EIO});
-  EXPECT_EQ(FailureOf([&] { file.Close(); }), failing_device);
+  EXPECT_EQ(FailureOf([&] { file.Close(); }), test::kDeviceFails);
   EXPECT_EQ(file.m_hFile, +CFile::hFileNull);
   EXPECT_EQ(fcntl(descriptor, F_GETFD), -1);
   EXPECT_EQ(FailureOf([&] { file.Close(); }), FileFailure{});

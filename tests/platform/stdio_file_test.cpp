@@ -184,17 +184,16 @@ TEST(StdioFile, TurnsFromReadingToWritingAndBackInPlace) {
 }
 
 TEST(StdioFile, TheErrorOfTheLastFlushIsClosesOwn) {
-  const FileFailure disk_full = {CFileException::diskFull, ENOSPC};
   CStdioFile file("/dev/full", CFile::modeWrite);
   file.WriteString("bytes");
   const int descriptor = file.m_hFile;
-  EXPECT_EQ(FailureOf([&] { file.Close(); }), disk_full);
+  EXPECT_EQ(FailureOf([&] { file.Close(); }), test::kDiskFull);
   EXPECT_EQ(file.m_hFile, +CFile::hFileNull);
   // The number is free again, and the object can be used.
   EXPECT_TRUE(file.Open("/dev/full", CFile::modeWrite));
   EXPECT_EQ(file.m_hFile, descriptor);
   file.WriteString("bytes");
-  EXPECT_EQ(FailureOf([&] { file.Flush(); }), disk_full);
+  EXPECT_EQ(FailureOf([&] { file.Flush(); }), test::kDiskFull);
   EXPECT_EQ(FailureOf([&] { file.Close(); }), FileFailure{});
 
   EXPECT_TRUE(file.Open("/dev/full", CFile::modeWrite));
@@ -211,7 +210,7 @@ TEST(StdioFile, WhatCouldNotBeWrittenIsNotWrittenLater) {
   {
     const test::FaultyHost host({.good_writes = 1, .error = ENOSPC, .most = 3});
     file.WriteString("abcdef");
-    EXPECT_EQ(FailureOf([&] { file.Flush(); }), (FileFailure{CFileException::diskFull, ENOSPC}));
+    EXPECT_EQ(FailureOf([&] { file.Flush(); }), test::kDiskFull);
   }
   EXPECT_EQ(file.GetPosition(), 3u);
   file.WriteString("z");
@@ -228,8 +227,7 @@ TEST(StdioFile, AReadErrorLeavesTheLineEmptyAndCanBePassed) {
   {
     const test::FaultyHost host({.good_reads = 1, .error = EIO, .most = 10});
     EXPECT_TRUE(file.ReadString(line));
-    EXPECT_EQ(FailureOf([&] { file.ReadString(line); }),
-              (FileFailure{CFileException::hardIO, EIO}));
+    EXPECT_EQ(FailureOf([&] { file.ReadString(line); }), test::kDeviceFails);
     EXPECT_EQ(line, "");
   }
   EXPECT_TRUE(file.ReadString(line));

@@ -9,10 +9,10 @@
 
 #include "tesselkit/platform/code_page.h"
 #include "tests/support/text_model.h"
+#include "tests/support/texts.h"
 
 namespace test {
 
-using Texts = std::vector<std::string>;
 using Random = std::mt19937;
 
 // Texts made of pieces that are separators, line ends, and whole and broken characters of several

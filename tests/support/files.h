@@ -58,6 +58,10 @@ inline void PrintTo(const FileFailure& failure, std::ostream* out) {
 }
 
 inline constexpr FileFailure kInUse = {CFileException::sharingViolation, EWOULDBLOCK};
+inline constexpr FileFailure kMissing = {CFileException::fileNotFound, ENOENT};
+inline constexpr FileFailure kIsDirectory = {CFileException::accessDenied, EISDIR};
+inline constexpr FileFailure kDiskFull = {CFileException::diskFull, ENOSPC};
+inline constexpr FileFailure kDeviceFails = {CFileException::hardIO, EIO};
 
 // What `statement` throws; {none, 0} when it throws nothing. Ends the exception.
 template <class Statement>

@@ -7,26 +7,15 @@
 #include "tests/support/edit_model.h"
 #include "tests/support/failures.h"
 #include "tests/support/huge_text.h"
+#include "tests/support/texts.h"
 #include "tests/support/thrown.h"
 
 namespace {
 
+using test::Fill;
+using test::Text;
 using test::Texts;
-
-std::string Text(const CString& text) {
-  return std::string(text.View());
-}
-
-Texts TextsOf(const CStringArray& array) {
-  Texts texts;
-  for (int i = 0; i < array.GetSize(); ++i) texts.push_back(Text(array[i]));
-  return texts;
-}
-
-void Fill(CStringArray& array, const Texts& texts) {
-  array.RemoveAll();
-  for (const std::string& text : texts) array.Add(CString(text));
-}
+using test::TextsOf;
 
 // Calls `check(text, set, other)` with random texts under every page; some go over several blocks
 // of the vector search, some sets are larger than it takes at once.

@@ -13,22 +13,14 @@
 #include "tests/support/code_page.h"
 #include "tests/support/edit_model.h"
 #include "tests/support/failures.h"
+#include "tests/support/texts.h"
 
 namespace {
 
+using test::Fill;
 using test::Texts;
+using test::TextsOf;
 using Comparison = int (*)(const char*, const char*);
-
-Texts TextsOf(const CStringArray& array) {
-  Texts texts;
-  for (int i = 0; i < array.GetSize(); ++i) texts.emplace_back(array[i].View());
-  return texts;
-}
-
-void Fill(CStringArray& array, const Texts& texts) {
-  array.RemoveAll();
-  for (const std::string& text : texts) array.Add(CString(text));
-}
 
 // Texts with common fronts that end on both sides of where a key of eight bytes does, and doubles.
 Texts RandomTexts(test::Random& random) {

@@ -13,27 +13,19 @@
 #include "tests/support/host_faults.h"
 #include "tests/support/line_model.h"
 #include "tests/support/process.h"
+#include "tests/support/texts.h"
 
 namespace {
 
 using test::FailureOf;
 using test::FileFailure;
+using test::Fill;
 using test::kInUse;
 using test::ReadBytes;
 using test::TempDirectory;
+using test::Texts;
+using test::TextsOf;
 using test::WriteBytes;
-using Texts = std::vector<std::string>;
-
-Texts TextsOf(const CStringArray& lines) {
-  Texts texts;
-  for (int i = 0; i < lines.GetSize(); ++i) texts.emplace_back(lines[i].View());
-  return texts;
-}
-
-void Fill(CStringArray& lines, const Texts& texts) {
-  lines.RemoveAll();
-  for (const std::string& text : texts) lines.Add(CString(std::string_view(text)));
-}
 
 Texts Read(const std::string& path) {
   CStringArray lines;
@@ -140,26 +132,19 @@ TEST(TextFile, WhatCannotBeOpenedLeavesNoLines) {
   const struct {
     int line;
     std::string path;
-    FileFailure reading;
-    FileFailure writing;
+    FileFailure failure;
   } kRows[] = {
-      {__LINE__,
-       directory / "none/file",
-       {CFileException::fileNotFound, ENOENT},
-       {CFileException::fileNotFound, ENOENT}},
-      {__LINE__,
-       directory.Path(),
-       {CFileException::accessDenied, EISDIR},
-       {CFileException::accessDenied, EISDIR}},
-      {__LINE__, "/proc/self/mem", {CFileException::hardIO, EIO}, {CFileException::hardIO, EIO}},
+      {__LINE__, directory / "none/file", test::kMissing},
+      {__LINE__, directory.Path(), test::kIsDirectory},
+      {__LINE__, "/proc/self/mem", test::kDeviceFails},
   };
   for (const auto& row : kRows) {
     SCOPED_TRACE(row.line);
     CStringArray lines;
     Fill(lines, {"kept", "or not"});
-    EXPECT_EQ(FailureOf([&] { AdWriteTextFile(row.path.c_str(), lines, 0); }), row.writing);
+    EXPECT_EQ(FailureOf([&] { AdWriteTextFile(row.path.c_str(), lines, 0); }), row.failure);
     EXPECT_EQ(TextsOf(lines), (Texts{"kept", "or not"}));
-    EXPECT_EQ(FailureOf([&] { AdGetTextFile(row.path.c_str(), lines); }), row.reading);
+    EXPECT_EQ(FailureOf([&] { AdGetTextFile(row.path.c_str(), lines); }), row.failure);
     EXPECT_EQ(TextsOf(lines), Texts());
   }
 }
@@ -209,8 +194,7 @@ TEST(TextFile, AReadErrorKeepsTheLinesReadSoFar) {
   CStringArray lines;
   {
     const test::FaultyHost host({.good_reads = 2, .error = EIO, .most = 10});
-    EXPECT_EQ(FailureOf([&] { AdGetTextFile(path.c_str(), lines); }),
-              (FileFailure{CFileException::hardIO, EIO}));
+    EXPECT_EQ(FailureOf([&] { AdGetTextFile(path.c_str(), lines); }), test::kDeviceFails);
   }
   EXPECT_EQ(TextsOf(lines), (Texts{"first", "second"}));
   // Closed: the file can be had again.
@@ -237,8 +221,7 @@ TEST(TextFile, AFullDiskLeavesWhatWasWrittenAndNothingOld) {
     WriteBytes(path, std::string(row.old_length, 'o'));
     {
       const test::FaultyHost host({.good_writes = row.good_writes, .error = ENOSPC, .most = 1000});
-      EXPECT_EQ(FailureOf([&] { Write(path, texts); }),
-                (FileFailure{CFileException::diskFull, ENOSPC}));
+      EXPECT_EQ(FailureOf([&] { Write(path, texts); }), test::kDiskFull);
     }
     EXPECT_TRUE(ReadBytes(path) == whole.substr(0, row.kept));
     EXPECT_EQ(FailureOf([&] { CFile(path.c_str(), CFile::modeRead); }), FileFailure{});
@@ -259,12 +242,11 @@ TEST(TextFile, ErrorsOfTheEndAreNotLost) {
   const TempDirectory directory;
   const std::string path = directory / "text";
   EXPECT_EQ(FailureOf([&] { Write("/dev/full", {"few bytes, written by the last flush"}); }),
-            (FileFailure{CFileException::diskFull, ENOSPC}));
+            test::kDiskFull);
   Write("/dev/null", {"as many", "as one likes"});
   {
     const test::FaultyHost host({.good_closes = 0, .error = EIO});
-    EXPECT_EQ(FailureOf([&] { Write(path, {"line"}); }),
-              (FileFailure{CFileException::hardIO, EIO}));
+    EXPECT_EQ(FailureOf([&] { Write(path, {"line"}); }), test::kDeviceFails);
   }
   EXPECT_EQ(ReadBytes(path), "line\r\n");
   EXPECT_EQ(FailureOf([&] { CFile(path.c_str(), CFile::modeRead); }), FileFailure{});
