@@ -40,6 +40,9 @@ void* operator new(std::size_t size) {
 [[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
   std::free(memory);
 }
+[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t&) noexcept {
+  std::free(memory);
+}
 
 // The library's copies of names come through here as well.
 extern "C" char* strdup(const char* text) noexcept {
