@@ -1,10 +1,12 @@
 #include "tesselkit/failure/message.h"
 
+#include <iterator>
 #include <stdexcept>
 
 #include "tests/support/code_page.h"
 #include "tests/support/text_model.h"
 #include "tests/support/traced_test.h"
+#include "tests/support/vtable_slot.h"
 
 namespace {
 
@@ -117,6 +119,13 @@ TEST(Message, DeliveryReachesTheHandlerAndSwallowsWhatItThrows) {
   EXPECT_EQ(contexts, (std::vector<int>{0, 1, 2, 3}));
 }
 
+TEST(Message, HandlerRecordIsCopiedFieldByField) {
+  PaMsgHandler from, to;
+  for (std::uint32_t i = 0; i < 4; ++i) from.m_words[i] = 0xFFFFFFF0u + i;
+  EXPECT_EQ(&(to = from), &to);
+  EXPECT_TRUE(std::equal(std::begin(to.m_words), std::end(to.m_words), from.m_words));
+}
+
 TEST(MessageList, KeepsCopiesInOrderWhereTheyAre) {
   ExcpMsg list;
   for (const POSITION none : {list.FirstPos(), list.NextPos(nullptr)}) EXPECT_EQ(none, nullptr);
@@ -160,6 +169,17 @@ TEST_F(MessageException, ShowsAllItsMessages) {
   EXPECT_STREQ(text, "1");
   EXPECT_EQ(exception.ReportError(), 1);
   ExpectTraces({"1\x83\x5C\ntwo\n"});
+}
+
+TEST_F(MessageException, CarriesItsRecordAndItsSlots) {
+  EXPECT_STREQ(PaMsgException::classPaMsgException.m_lpszClassName, "PaMsgException");
+  EXPECT_EQ(PaMsgException().GetRuntimeClass(), &PaMsgException::classPaMsgException);
+  EXPECT_TRUE(PaMsgException().IsKindOf(RUNTIME_CLASS(CException)));
+  using E = PaMsgException;
+  EXPECT_EQ((std::vector{test::SlotOf(&E::GetRuntimeClass), test::SlotOf(&E::Serialize),
+                         test::SlotOf(&E::AssertValid), test::SlotOf(&E::Dump),
+                         test::SlotOf(&E::GetErrorMessage), test::SlotOf(&E::ReportError)}),
+            (std::vector<std::size_t>{0, 3, 4, 5, 6, 7}));  // the destructor has 1 and 2
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "tests/support/edit_model.h"
 #include "tests/support/failures.h"
 #include "tests/support/texts.h"
+#include "tests/support/vtable_slot.h"
 
 namespace {
 
@@ -192,8 +193,12 @@ TEST_F(SortInLocale, CollatesAndFoldsAsItDoes) {
 static_assert(std::is_base_of_v<CStringArray, AdSortStringArray>);
 static_assert(sizeof(AdSortStringArray) == sizeof(CStringArray));
 
-TEST(Sort, SelfSortingArrayIsOfItsBasesClass) {
-  EXPECT_EQ(AdSortStringArray().GetRuntimeClass(), RUNTIME_CLASS(CStringArray));
+TEST(Sort, SelfSortingArrayHasItsBasesClassAndSlots) {
+  using A = AdSortStringArray;
+  EXPECT_EQ(A().GetRuntimeClass(), RUNTIME_CLASS(CStringArray));
+  EXPECT_EQ((std::vector{test::SlotOf(&A::GetRuntimeClass), test::SlotOf(&A::Serialize),
+                         test::SlotOf(&A::AssertValid), test::SlotOf(&A::Dump)}),
+            (std::vector<std::size_t>{0, 3, 4, 5}));  // the destructor has 1 and 2
 }
 
 }  // namespace
