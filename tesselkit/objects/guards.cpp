@@ -1,28 +1,13 @@
 #include "tesselkit/objects/guards.h"
 
-#include <cstdlib>
 #include <utility>
 
-#include "tesselkit/failure/adexcept_automation.h"
+#include "tesselkit/failure/caught.h"
 #include "tesselkit/failure/tesselkitenums.h"
 #include "tesselkit/objects/adobject.h"
 #include "tesselkit/platform/command_target.h"
 
-namespace {
-
-// Ends the exception that is being handled, one that the platform does not know.
-void EndException() {
-  try {
-    throw;
-  } catch (AdOMException* exception) {
-    std::free(exception->m_description);
-    std::free(exception->m_source);
-    delete exception;
-  } catch (...) {
-  }
-}
-
-}  // namespace
+using tesselkit::failure::EndCaughtException;
 
 AdObjectGuard::AdObjectGuard(AdObject* object) : m_object(object) {}
 
@@ -37,7 +22,7 @@ AdObjectGuard::~AdObjectGuard() noexcept(false) {
     const Deleter deleter{object};
     object->Finalize();
   };
-  m_scopeExit.Run(release, EndException);
+  m_scopeExit.Run(release, EndCaughtException);
 }
 
 void AdObjectGuard::Disable() {
@@ -49,7 +34,7 @@ AdOleObjectGuard::AdOleObjectGuard(CCmdTarget* target) : m_target(target) {}
 AdOleObjectGuard::~AdOleObjectGuard() noexcept(false) {
   CCmdTarget* const target = std::exchange(m_target, nullptr);
   if (target == nullptr) return;
-  m_scopeExit.Run([target] { target->OnFinalRelease(); }, EndException);
+  m_scopeExit.Run([target] { target->OnFinalRelease(); }, EndCaughtException);
 }
 
 void AdOleObjectGuard::Disable() {

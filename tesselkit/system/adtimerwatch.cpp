@@ -3,12 +3,10 @@
 #include <cxxabi.h>
 
 #include <cstdio>
-#include <cstdlib>
 
-#include "tesselkit/failure/adexcept_automation.h"
+#include "tesselkit/failure/caught.h"
 #include "tesselkit/failure/condition.h"
 #include "tesselkit/platform/debug_output.h"
-#include "tesselkit/platform/exceptions.h"
 #include "tesselkit/platform/threads.h"
 
 namespace {
@@ -34,12 +32,6 @@ void TraceKillFailed() {
   std::snprintf(text, sizeof text, "ERROR: TerminateThread failed; error code = %ld\n",
                 static_cast<long>(GetLastError()));
   OutputDebugStringA(text);
-}
-
-void End(AdOMException* exception) {
-  std::free(exception->m_description);
-  std::free(exception->m_source);
-  delete exception;
 }
 
 }  // namespace
@@ -132,11 +124,8 @@ __attribute__((no_sanitize("null"))) bool AdTimerWatch::CallBack() {
     return true;
   } catch (abi::__forced_unwind&) {
     throw;  // a callback that leaves by pthread_exit
-  } catch (CException* exception) {
-    exception->Delete();
-  } catch (AdOMException* exception) {
-    End(exception);
   } catch (...) {
+    tesselkit::failure::EndCaughtException();
   }
   return false;
 }

@@ -1,7 +1,7 @@
 // Turning every failure into an answer.
 #pragma once
 
-#include "tesselkit/platform/exceptions.h"
+#include "tesselkit/failure/caught.h"
 
 namespace tesselkit::util {
 
@@ -11,9 +11,8 @@ bool Succeeds(Work work) {
   try {
     work();
     return true;
-  } catch (CException* exception) {
-    exception->Delete();
   } catch (...) {
+    tesselkit::failure::EndCaughtException();
   }
   return false;
 }
