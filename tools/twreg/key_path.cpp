@@ -9,6 +9,8 @@ namespace twreg {
 namespace {
 
 constexpr char kSeparator = '\\';
+constexpr std::size_t kLongestName = 255;
+constexpr int kMostLevels = 512;
 
 struct Root {
   HKEY key;
@@ -66,6 +68,14 @@ std::optional<KeyPath> ParseKeyPath(std::string_view text) {
     path.below += below;
   }
   return path;
+}
+
+bool IsWithinLimits(const KeyPath& path) {
+  int levels = 0;
+  for (std::string_view rest = path.below; !rest.empty();) {
+    if (TakeName(rest).size() > kLongestName || ++levels > kMostLevels) return false;
+  }
+  return true;
 }
 
 }  // namespace twreg

@@ -28,4 +28,7 @@ struct KeyPath {
 // found by characters, empty names left out. Nothing when it begins with no predefined key.
 std::optional<KeyPath> ParseKeyPath(std::string_view text);
 
+// Whether the registry takes names of that length and that many of them.
+bool IsWithinLimits(const KeyPath& path);
+
 }  // namespace twreg

@@ -56,12 +56,6 @@ std::string InOrderOf(DWORD type, std::string bytes) {
   return bytes;
 }
 
-std::string DataOfNumber(DWORD type, DWORD number) {
-  std::string bytes(sizeof number, '\0');
-  std::memcpy(bytes.data(), &number, sizeof number);
-  return InOrderOf(type, bytes);
-}
-
 std::string DataOfTexts(const std::vector<std::string>& texts) {
   std::string data;
   for (const std::string& text : texts) {
@@ -176,6 +170,12 @@ std::optional<DWORD> NumberOfValue(const Value& value) {
   DWORD number = 0;
   std::memcpy(&number, InOrderOf(value.type, value.data).data(), sizeof number);
   return number;
+}
+
+std::string DataOfNumber(DWORD type, DWORD number) {
+  std::string bytes(sizeof number, '\0');
+  std::memcpy(bytes.data(), &number, sizeof number);
+  return InOrderOf(type, bytes);
 }
 
 std::string PlainText(const Value& value) {

@@ -43,6 +43,9 @@ std::optional<std::vector<std::string>> TextsOfValue(const Value& value);
 // The number of a REG_DWORD or REG_DWORD_BIG_ENDIAN of four bytes; nothing for all else.
 std::optional<DWORD> NumberOfValue(const Value& value);
 
+// The data of a number of that type, one of the two.
+std::string DataOfNumber(DWORD type, DWORD number);
+
 // What `set` takes for the same value: a text as it is, the texts of a list with a line feed after
 // each but the last, a number in decimal, everything else in hex digits.
 std::string PlainText(const Value& value);
