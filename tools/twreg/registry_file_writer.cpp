@@ -53,8 +53,7 @@ std::string KeyLine(const FileKey& key) {
   const std::string line = (key.is_deleted ? "[-" : "[") + name + "]";
   const bool is_closed =
       tesselkit::platform::FindLastCharacter(line, ']') == line.size() - 1;
-  if (!is_closed || name.find_first_of("\r\n") != std::string::npos ||
-      ParseKeyPath(name) != key.path) {
+  if (!is_closed || name.find_first_of("\r\n") != std::string::npos) {
     throw Failure("A registry file cannot hold the name of the key " + QuotedText(name));
   }
   return line;
