@@ -82,7 +82,7 @@ std::string Output::Whole() const {
 std::string TableName(const std::string& name) {
   if (name.empty()) return "@";
   const std::string quoted = QuotedText(name);
-  const bool is_plain = quoted.size() == name.size() + 2 && name != "@" && name.back() != '\\';
+  const bool is_plain = quoted.size() == name.size() + 2 && name != "@";
   return is_plain ? name : quoted;
 }
 
