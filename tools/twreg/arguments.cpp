@@ -49,11 +49,11 @@ constexpr OptionSyntax kOptions[] = {
 };
 
 std::string Quote(std::string_view word) {
-  return "\"" + std::string(word) + "\"";
+  return std::string("\"").append(word) + '"';
 }
 
 bool IsOptionOf(std::string_view options, std::string_view name) {
-  return options.find(" " + std::string(name) + " ") != std::string_view::npos;
+  return options.find(std::string(" ").append(name) + ' ') != std::string_view::npos;
 }
 
 const OptionSyntax& OptionNamed(std::string_view word) {

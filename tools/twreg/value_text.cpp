@@ -184,7 +184,7 @@ std::string PlainText(const Value& value) {
   const auto texts = TextsOfValue(value);
   if (!texts) return HexText(value.data);
   std::string lines;
-  for (const std::string& text : *texts) lines += (lines.empty() ? "" : "\n") + text;
+  for (const std::string& text : *texts) lines.append(lines.empty() ? "" : "\n") += text;
   return lines;
 }
 
@@ -194,7 +194,7 @@ std::string TableText(const Value& value) {
   const auto texts = TextsOfValue(value);
   if (!texts) return HexOfTable(value.data);
   std::string list;
-  for (const std::string& text : *texts) list += (list.empty() ? "" : " ") + QuotedText(text);
+  for (const std::string& text : *texts) list.append(list.empty() ? "" : " ") += QuotedText(text);
   return list;
 }
 
