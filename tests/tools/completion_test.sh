@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# completion_test.sh <completion file>: what is offered behind some words.
+set -euo pipefail
+source "$1"
+compopt() { :; }
+
+# offers <expected> <word...>: completes the last word.
+offers() {
+  local expected=$1
+  COMP_WORDS=("${@:2}")
+  COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+  _twreg
+  if [[ ${COMPREPLY[*]-} != "$expected" ]]; then
+    echo "behind \"${*:2}\": \"${COMPREPLY[*]-}\", expected \"$expected\""
+    exit 1
+  fi
+}
+
+offers "list get set delete export import login check" twreg ""
+offers "import" twreg --json i
+offers "show save" twreg login ""
+offers "--password" twreg login show ENTRY --p
+offers "--tree" twreg delete --t
+offers "dword dword_big_endian" twreg set KEY NAME --type d
+offers "" twreg set KEY ""
+offers 'HKCU\\ HKCR\\ HKCC\\' twreg --color never get HKC
