@@ -23,11 +23,12 @@ std::string Shown(const std::string& text) {
   std::string shown;
   try {
     for (const FileKey& key : twreg::ReadRegistryFile(text)) {
-      shown += (key.is_deleted ? "-" : "") + key.path.Name();
+      shown.append(key.is_deleted ? "-" : "") += key.path.Name();
       for (const FileValue& entry : key.values) {
         const twreg::Value& value = entry.value;
-        shown += " <" + value.name + (entry.is_deleted ? ">-" : ">" + std::to_string(value.type));
-        if (!entry.is_deleted) shown += ":" + twreg::HexText(value.data);
+        shown.append(" <").append(value.name).append(entry.is_deleted ? ">-" : ">");
+        if (entry.is_deleted) continue;
+        shown.append(std::to_string(value.type)).append(":").append(twreg::HexText(value.data));
       }
       shown += ";";
     }
@@ -220,10 +221,17 @@ TEST(RegistryFileWriter, WritesWhatOldMachinesRead) {
             "[-HKEY_USERS\\old]\r\n");
 }
 
+RegistryFile OneValue(const std::string& key, const twreg::Value& value) {
+  FileKey entry;
+  entry.path = {HKEY_USERS, key};
+  entry.values.push_back({value, false});
+  return {entry};
+}
+
 TEST(RegistryFileWriter, BreaksLinesAt80Columns) {
   for (std::size_t name_size = 1; name_size < 100; ++name_size) {
-    const RegistryFile file = {
-        {{HKEY_USERS, ""}, false, {{{std::string(name_size, 'n'), REG_BINARY, std::string(99, 'b')}}}}};
+    const RegistryFile file =
+        OneValue("", {std::string(name_size, 'n'), REG_BINARY, std::string(99, 'b')});
     const std::string text = twreg::WriteRegistryFile(file);
     EXPECT_EQ(twreg::ReadRegistryFile(text), file);
     std::size_t longest = 0;
@@ -255,11 +263,10 @@ TEST(RegistryFileWriter, RefusesNamesThatTheFormatCannotHold) {
   for (const auto& row : kRows) {
     const testing::ScopedTrace trace(__FILE__, row.line, "");
     try {
-      twreg::WriteRegistryFile({{{HKEY_USERS, row.key}, false, {{{row.value, REG_NONE, ""}}}}});
+      twreg::WriteRegistryFile(OneValue(row.key, {row.value, REG_NONE, ""}));
       ADD_FAILURE();
     } catch (const twreg::Failure& failure) {
-      EXPECT_EQ(failure.what(),
-                "A registry file cannot hold the name of the "s + row.refused);
+      EXPECT_EQ(failure.what(), "A registry file cannot hold the name of the "s + row.refused);
     }
   }
 }
@@ -275,7 +282,7 @@ class RandomTree {
       key.Set({Text(5), static_cast<DWORD>(Below(12)), Text(40) + Ending()});
     }
     if (levels == 0) return;
-    for (int i = Below(4); i > 0; --i) Make(path.Child("k" + Text(4)), levels - 1);
+    for (int i = Below(4); i > 0; --i) Make(path.Child(std::string("k") + Text(4)), levels - 1);
   }
 
  private:
@@ -292,7 +299,8 @@ class RandomTree {
     const char* const kDouble[] = {"\x83\\", "\x83]", "\x83[", "\x95@", "\x82\xA0", "\xE0\x40"};
     std::string text;
     for (int i = Below(most); i > 0; --i) {
-      text += Below(3) == 0 ? kDouble[Below(std::size(kDouble))] : kSingle[Below(std::size(kSingle))];
+      text +=
+          Below(3) == 0 ? kDouble[Below(std::size(kDouble))] : kSingle[Below(std::size(kSingle))];
     }
     return text;
   }
@@ -304,7 +312,7 @@ TEST(RegistryFile, MovesTreesFromOneRegistryToAnother) {
   const twreg::KeyPath path{HKEY_CURRENT_USER, "top"};
   for (const int number : {1252, 932, 65001}) {
     const test::CodePage page(number);
-    for (unsigned seed = 1; seed <= 12; ++seed) {
+    for (unsigned seed = 1; seed <= 4; ++seed) {
       SCOPED_TRACE(testing::Message() << "page " << number << ", seed " << seed);
       RegistryFile first;
       {

@@ -42,10 +42,10 @@ struct OptionSyntax {
 };
 
 constexpr OptionSyntax kOptions[] = {
-    {"--recursive", "-r", false}, {"--type", "-t", true},     {"--tree", "", false},
-    {"--password", "", false},    {"--user", "", true},       {"--database", "", true},
-    {"--set", "", true},          {"--json", "", false},      {"--color", "", true},
-    {"--code-page", "", true},    {"--help", "-h", false},    {"--version", "-V", false},
+    {"--recursive", "-r", false}, {"--type", "-t", true},  {"--tree", "", false},
+    {"--password", "", false},    {"--user", "", true},    {"--database", "", true},
+    {"--set", "", true},          {"--json", "", false},   {"--color", "", true},
+    {"--code-page", "", true},    {"--help", "-h", false}, {"--version", "-V", false},
 };
 
 std::string Quote(std::string_view word) {

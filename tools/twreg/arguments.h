@@ -45,8 +45,8 @@ struct Arguments {
 };
 
 // Reads the words behind the program's name. Options may stand anywhere before a "--"; "-" is an
-// operand. Throws UsageError for what is no command line: a command, an option or a value of one that
-// is unknown, an option that the command does not have, too few or too many operands.
+// operand. Throws UsageError for what is no command line: a command, an option or a value of one
+// that is unknown, an option that the command does not have, too few or too many operands.
 Arguments ParseArguments(const std::vector<std::string>& words);
 
 // What --help prints.

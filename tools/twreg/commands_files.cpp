@@ -34,7 +34,8 @@ File Opened(const std::string& name, const char* mode) {
 std::string WholeOf(std::FILE* file, const std::string& name) {
   std::string text;
   char block[65536];
-  while (const std::size_t size = std::fread(block, 1, sizeof block, file)) text.append(block, size);
+  while (const std::size_t size = std::fread(block, 1, sizeof block, file))
+    text.append(block, size);
   if (std::ferror(file) != 0) ThrowFileFailure(name);
   return text;
 }

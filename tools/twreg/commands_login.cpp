@@ -68,12 +68,12 @@ std::string Named(const Login& login) {
   return "login \"" + std::string(login.entry.View()) + "\"";
 }
 
-// A password that is kept but not scrambled is emptied by the library, which then answers no as well.
+// A password that is kept but not scrambled is emptied by the library, which then answers no as
+// well.
 Login Read(const CString& entry) {
   constexpr char kUntouched[] = "?";
   Login login{entry, {}, kUntouched, {}, {}};
-  if (GetTWLoginInfo(login.entry, login.user, login.password, login.database,
-                     login.database_set)) {
+  if (GetTWLoginInfo(login.entry, login.user, login.password, login.database, login.database_set)) {
     return login;
   }
   if (login.password == kUntouched) throw Failure("There is no " + Named(login));
@@ -108,8 +108,11 @@ int LoginShow(const Arguments& arguments, Output& output) {
 }
 
 int LoginSave(const Arguments& arguments, Output& output) {
-  Login login{EntryOperand(arguments), arguments.Option("--user").c_str(), {},
-              arguments.Option("--database").c_str(), arguments.Option("--set").c_str()};
+  Login login{EntryOperand(arguments),
+              arguments.Option("--user").c_str(),
+              {},
+              arguments.Option("--database").c_str(),
+              arguments.Option("--set").c_str()};
   login.password = ReadPassword().c_str();
   if (!SaveTWLoginInfo(login.entry, login.user, login.password, login.database,
                        login.database_set)) {

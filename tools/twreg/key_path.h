@@ -24,8 +24,9 @@ struct KeyPath {
   bool operator==(const KeyPath&) const = default;
 };
 
-// Reads "HKCU\Software" or "HKEY_CURRENT_USER\Software": the predefined key in any case, backslashes
-// found by characters, empty names left out. Nothing when it begins with no predefined key.
+// Reads "HKCU\Software" or "HKEY_CURRENT_USER\Software": the predefined key in any case,
+// backslashes found by characters, empty names left out. Nothing when it begins with no predefined
+// key.
 std::optional<KeyPath> ParseKeyPath(std::string_view text);
 
 // Whether the registry takes names of that length and that many of them.

@@ -17,8 +17,8 @@ class Output {
  public:
   Output(bool is_json, bool is_colored) : m_is_json(is_json), m_is_colored(is_colored) {}
 
-  // Whether the answer is to be the JSON document; the text counts for nothing then, and the document
-  // for nothing else.
+  // Whether the answer is to be the JSON document; the text counts for nothing then, and the
+  // document for nothing else.
   bool IsJson() const { return m_is_json; }
   Json& Document() { return m_json; }
 

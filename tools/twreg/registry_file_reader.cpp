@@ -207,8 +207,7 @@ class Reader {
   }
 
   void ReadTyped(Value& value) {
-    const std::string_view word =
-        m_cursor.TakeWhile([](char c) { return c >= 'a' && c <= 'z'; });
+    const std::string_view word = m_cursor.TakeWhile([](char c) { return c >= 'a' && c <= 'z'; });
     if (word != "dword" && word != "hex") {
       Fail("The data are neither a text in quotes, \"dword:\", \"hex:\" nor \"-\"");
     }

@@ -14,8 +14,7 @@ constexpr std::size_t kRoomForValueName = 16384;
 
 bool IsThere(const KeyPath& path) {
   tesselkit::util::OpenKey key;
-  const LONG status =
-      RegOpenKeyExA(path.root, path.below.c_str(), 0, KEY_READ, key.Place());
+  const LONG status = RegOpenKeyExA(path.root, path.below.c_str(), 0, KEY_READ, key.Place());
   if (status == ERROR_FILE_NOT_FOUND) return false;
   RequireSuccess(status, "RegOpenKeyEx", path.Name());
   return true;
@@ -72,7 +71,8 @@ std::vector<Value> Key::Values() const {
   std::string name(kRoomForValueName, '\0');
   for (DWORD index = 0;; ++index) {
     auto size = static_cast<DWORD>(name.size());
-    LONG status = RegEnumValueA(m_key, index, name.data(), &size, nullptr, nullptr, nullptr, nullptr);
+    LONG status =
+        RegEnumValueA(m_key, index, name.data(), &size, nullptr, nullptr, nullptr, nullptr);
     if (status == ERROR_NO_MORE_ITEMS) return values;
     Require(status, "RegEnumValue");
     Value value;

@@ -30,7 +30,8 @@ std::optional<DWORD> ParseNumber(std::string_view text);
 // Two digits for each byte.
 std::string HexText(std::string_view data);
 
-// The bytes that digits stand for; blanks between bytes do not count. Nothing when it is no such text.
+// The bytes that digits stand for; blanks between bytes do not count. Nothing when it is no such
+// text.
 std::optional<std::string> ParseHex(std::string_view text);
 
 // The text of a REG_SZ or REG_EXPAND_SZ: the data without the NUL at its end, which may be missing.
@@ -57,7 +58,8 @@ std::string TableText(const Value& value);
 std::string QuotedText(std::string_view text);
 
 // The data of that type that the words stand for: one word for a text, a number or hex digits (none
-// for no data), any number of them for a list. Throws UsageError for words that do not fit the type.
+// for no data), any number of them for a list. Throws UsageError for words that do not fit the
+// type.
 std::string DataOfWords(DWORD type, const std::vector<std::string>& words);
 
 }  // namespace twreg
