@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/child.h"
 #include "tests/support/files.h"
+#include "tests/support/process.h"
 
 namespace test {
 

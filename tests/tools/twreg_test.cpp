@@ -55,24 +55,71 @@ TEST_F(Twreg, SetsWhatGetShows) {
     const char* listed;
     const char* json;
   } kRows[] = {
-      {__LINE__, "sz", {"a \"b\"\n"}, REG_SZ, "a \"b\"\n\0"s, "a \"b\"\n", "\"a \\\"b\\\"\\n\"",
+      {__LINE__,
+       "sz",
+       {"a \"b\"\n"},
+       REG_SZ,
+       "a \"b\"\n\0"s,
+       "a \"b\"\n",
+       "\"a \\\"b\\\"\\n\"",
        "REG_SZ\",\"data\":\"6120226222"
        "0a00\",\"text\":\"a \\\"b\\\"\\u000a\""},
       {__LINE__, "SZ", {""}, REG_SZ, "\0"s, "", "\"\"", "REG_SZ\",\"data\":\"00\",\"text\":\"\""},
-      {__LINE__, "expand_sz", {"%a%"}, REG_EXPAND_SZ, "%a%\0"s, "%a%", "\"%a%\"",
+      {__LINE__,
+       "expand_sz",
+       {"%a%"},
+       REG_EXPAND_SZ,
+       "%a%\0"s,
+       "%a%",
+       "\"%a%\"",
        "REG_EXPAND_SZ\",\"data\":\"25612500\",\"text\":\"%a%\""},
-      {__LINE__, "dword", {"4294967295"}, REG_DWORD, "\xFF\xFF\xFF\xFF", "4294967295",
-       "0xffffffff (4294967295)", "REG_DWORD\",\"data\":\"ffffffff\",\"number\":4294967295"},
-      {__LINE__, "REG_DWORD", {"0x2A"}, REG_DWORD, "\x2A\0\0\0"s, "42", "0x0000002a (42)",
+      {__LINE__,
+       "dword",
+       {"4294967295"},
+       REG_DWORD,
+       "\xFF\xFF\xFF\xFF",
+       "4294967295",
+       "0xffffffff (4294967295)",
+       "REG_DWORD\",\"data\":\"ffffffff\",\"number\":4294967295"},
+      {__LINE__,
+       "REG_DWORD",
+       {"0x2A"},
+       REG_DWORD,
+       "\x2A\0\0\0"s,
+       "42",
+       "0x0000002a (42)",
        "REG_DWORD\",\"data\":\"2a000000\",\"number\":42"},
-      {__LINE__, "dword_big_endian", {"1"}, REG_DWORD_BIG_ENDIAN, "\0\0\0\1"s, "1",
-       "0x00000001 (1)", "REG_DWORD_BIG_ENDIAN\",\"data\":\"00000001\",\"number\":1"},
-      {__LINE__, "binary", {"00fF 7e"}, REG_BINARY, "\0\xFF\x7E"s, "00ff7e", "00ff7e",
+      {__LINE__,
+       "dword_big_endian",
+       {"1"},
+       REG_DWORD_BIG_ENDIAN,
+       "\0\0\0\1"s,
+       "1",
+       "0x00000001 (1)",
+       "REG_DWORD_BIG_ENDIAN\",\"data\":\"00000001\",\"number\":1"},
+      {__LINE__,
+       "binary",
+       {"00fF 7e"},
+       REG_BINARY,
+       "\0\xFF\x7E"s,
+       "00ff7e",
+       "00ff7e",
        "REG_BINARY\",\"data\":\"00ff7e\""},
-      {__LINE__, "multi_sz", {"one", "two"}, REG_MULTI_SZ, "one\0two\0\0"s, "one\ntwo",
+      {__LINE__,
+       "multi_sz",
+       {"one", "two"},
+       REG_MULTI_SZ,
+       "one\0two\0\0"s,
+       "one\ntwo",
        "\"one\" \"two\"",
        "REG_MULTI_SZ\",\"data\":\"6f6e650074776f0000\",\"texts\":[\"one\",\"two\"]"},
-      {__LINE__, "multi_sz", {}, REG_MULTI_SZ, "\0"s, "", "",
+      {__LINE__,
+       "multi_sz",
+       {},
+       REG_MULTI_SZ,
+       "\0"s,
+       "",
+       "",
        "REG_MULTI_SZ\",\"data\":\"00\",\"texts\":[]"},
       {__LINE__, "none", {}, REG_NONE, "", "", "", "REG_NONE\",\"data\":\"\""},
       {__LINE__, "0x2a", {"01"}, 42, "\1", "01", "01", "type 0x2a\",\"data\":\"01\""},
@@ -89,8 +136,7 @@ TEST_F(Twreg, SetsWhatGetShows) {
     EXPECT_EQ(test::Data(key, "v"), row.data);
     EXPECT_EQ(Answer({"get", "hkey_current_user\\SOFTWARE\\\\K", "V"}), row.shown + "\n"s);
     const std::string type_name = std::string(row.json).substr(0, std::string(row.json).find('"'));
-    EXPECT_EQ(Answer({"list", "HKCU\\Software\\k"}),
-              "v  "s + type_name + "  " + row.listed + "\n");
+    EXPECT_EQ(Answer({"list", "HKCU\\Software\\k"}), "v  "s + type_name + "  " + row.listed + "\n");
     EXPECT_EQ(Answer({"get", "--json", "HKCU\\Software\\k", "v"}),
               "{\"key\":\"HKEY_CURRENT_USER\\\\Software\\\\k\",\"name\":\"v\",\"type\":\""s +
                   row.json + "}\n");
@@ -102,16 +148,20 @@ TEST_F(Twreg, ListsAKeyOrATree) {
   Do({"set", "HKLM\\a", "@", "1", "-t", "dword"});
   Do({"set", "HKLM\\a", "v\\", std::string(33, '0') + "1", "--type=binary"});
   Do({"set", "HKLM\\a", "", "2", "-t", "dword"});
-  Do({"import"}, "REGEDIT4\n[HKLM\\a]\n\"@\"=hex:" + [] {
-    std::string bytes = "01";
-    for (int i = 1; i < 33; ++i) bytes += ",01";
-    return bytes;
-  }());
+  Do(
+      {"import"}, "REGEDIT4\n[HKLM\\a]\n\"@\"=hex:" + [] {
+        std::string bytes = "01";
+        for (int i = 1; i < 33; ++i) bytes += ",01";
+        return bytes;
+      }());
   std::string long_data;
   for (int i = 0; i < 32; ++i) long_data += "01";
-  const std::string kTable = "@      REG_DWORD   0x00000002 (2)\n"
-                             "\"@\"    REG_BINARY  " + long_data + "... (33 bytes)\n"
-                             "\"v\\\\\"  REG_BINARY  0000000000000000000000000000000001\n";
+  const std::string kTable =
+      "@      REG_DWORD   0x00000002 (2)\n"
+      "\"@\"    REG_BINARY  " +
+      long_data +
+      "... (33 bytes)\n"
+      "\"v\\\\\"  REG_BINARY  0000000000000000000000000000000001\n";
   EXPECT_EQ(Answer({"list", "HKLM\\a"}), "b\\\n" + kTable);
   EXPECT_EQ(Answer({"list", "-r", "HKLM\\a"}), "HKEY_LOCAL_MACHINE\\a\n" + kTable +
                                                    "\nHKEY_LOCAL_MACHINE\\a\\b\n"
@@ -137,15 +187,16 @@ TEST_F(Twreg, DeletesValuesKeysAndTrees) {
   const Words kWords = {"set", "HKCU\\top\\a\\b", "v", "x"};
   Do(kWords);
   Do({"delete", "HKCU\\top\\a\\b", "v"});
-  EXPECT_EQ(Run({"delete", "HKCU\\top\\a\\b", "v"}),
-            (Outcome{"", CallFailed("RegDeleteValue", "HKEY_CURRENT_USER\\top\\a\\b", kNotFound),
-                     1}));
+  EXPECT_EQ(
+      Run({"delete", "HKCU\\top\\a\\b", "v"}),
+      (Outcome{"", CallFailed("RegDeleteValue", "HKEY_CURRENT_USER\\top\\a\\b", kNotFound), 1}));
   EXPECT_EQ(Run({"delete", "HKCU\\top"}),
             (Outcome{"", CallFailed("RegDeleteKey", "HKEY_CURRENT_USER\\top", kDenied), 1}));
   Do({"delete", "HKCU\\top\\a\\b"});
   Do(kWords);
   for (const Words& words : {Words{"delete", "HKCU"}, {"delete", "--tree", "HKCU\\"}}) {
-    EXPECT_EQ(Run(words), (Outcome{"", CallFailed("RegDeleteKey", "HKEY_CURRENT_USER", kDenied), 1}));
+    EXPECT_EQ(Run(words),
+              (Outcome{"", CallFailed("RegDeleteKey", "HKEY_CURRENT_USER", kDenied), 1}));
   }
   EXPECT_EQ(Answer({"get", "HKCU\\top\\a\\b", "v"}), "x\n");
   EXPECT_EQ(Run({"--json", "delete", "--tree", "HKCU\\top"}),
@@ -154,8 +205,9 @@ TEST_F(Twreg, DeletesValuesKeysAndTrees) {
 }
 
 TEST_F(Twreg, ImportsWhatItExportsAndDeletesWhatAFileSays) {
-  const std::string kFile = "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER\\a]\r\n@=\"x\"\r\n"
-                            "\"n\"=dword:00000001\r\n\r\n[HKEY_CURRENT_USER\\a\\b]\r\n";
+  const std::string kFile =
+      "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER\\a]\r\n@=\"x\"\r\n"
+      "\"n\"=dword:00000001\r\n\r\n[HKEY_CURRENT_USER\\a\\b]\r\n";
   const test::TempDirectory directory;
   const std::string name = directory / "a.reg";
   Do({"import"}, kFile);
@@ -165,13 +217,15 @@ TEST_F(Twreg, ImportsWhatItExportsAndDeletesWhatAFileSays) {
   EXPECT_EQ(test::ReadBytes(name), kFile);
 
   Do({"import", "-"}, "REGEDIT4\n[HKCU\\a]\n@=-\n\"no\"=-\n[-HKCU\\a\\b]\n[-HKCU\\no]");
-  EXPECT_EQ(Answer({"list", "-r", "HKCU\\a"}), "HKEY_CURRENT_USER\\a\nn  REG_DWORD  0x00000001 (1)\n");
+  EXPECT_EQ(Answer({"list", "-r", "HKCU\\a"}),
+            "HKEY_CURRENT_USER\\a\nn  REG_DWORD  0x00000001 (1)\n");
   EXPECT_EQ(Answer({"import", name, "--json"}), "{\"keys\":2,\"values\":2}\n");
   EXPECT_EQ(Answer({"export", "HKCU\\a"}), kFile);
 
   test::WriteBytes(name, "REGEDIT4\n[-HKCU\\a]\n\n[HKCU\\c]\nx\n");
-  EXPECT_EQ(Run({"import", name}),
-            (Outcome{"", "twreg: " + name + ", line 5: Neither a key, a value nor a comment\n", 1}));
+  EXPECT_EQ(
+      Run({"import", name}),
+      (Outcome{"", "twreg: " + name + ", line 5: Neither a key, a value nor a comment\n", 1}));
   EXPECT_EQ(Run({"import"}, "x").errors,
             "twreg: standard input, line 1: The file does not begin with \"REGEDIT4\"\n");
   EXPECT_EQ(Answer({"export", "HKCU\\a"}), kFile);
@@ -184,18 +238,22 @@ TEST_F(Twreg, FailsInTheLibrarysWords) {
     Words words;
     std::string errors;
   } kRows[] = {
-      {__LINE__, {"list", "HKLM\\no"},
+      {__LINE__,
+       {"list", "HKLM\\no"},
        CallFailed("RegOpenKeyEx", "HKEY_LOCAL_MACHINE\\no", kNotFound)},
       {__LINE__, {"get", "HKU", "no"}, CallFailed("RegQueryValueEx", "HKEY_USERS", kNotFound)},
-      {__LINE__, {"delete", "HKCC\\no"},
+      {__LINE__,
+       {"delete", "HKCC\\no"},
        CallFailed("RegDeleteKey", "HKEY_CURRENT_CONFIG\\no", kNotFound)},
-      {__LINE__, {"delete", "HKCR\\no", "--tree"},
+      {__LINE__,
+       {"delete", "HKCR\\no", "--tree"},
        CallFailed("RegOpenKeyEx", "HKEY_CLASSES_ROOT\\no", kNotFound)},
-      {__LINE__, {"set", "HKCU\\" + std::string(256, 'k'), "v", "x"},
+      {__LINE__,
+       {"set", "HKCU\\" + std::string(256, 'k'), "v", "x"},
        CallFailed("RegCreateKeyEx", "HKEY_CURRENT_USER\\" + std::string(256, 'k'),
                   "The parameter is incorrect.")},
-      {__LINE__, {"import", kFile}, "twreg: " + kFile + " contains an incorrect path.\n"},
-      {__LINE__, {"export", "HKCU", kFile}, "twreg: " + kFile + " contains an incorrect path.\n"},
+      {__LINE__, {"import", kFile}, "twreg: The file was not found: " + kFile + ".\n"},
+      {__LINE__, {"export", "HKCU", kFile}, "twreg: The file was not found: " + kFile + ".\n"},
       {__LINE__, {"login", "show", "no"}, "twreg: There is no login \"no\"\n"},
   };
   for (const auto& row : kRows) {
@@ -219,7 +277,9 @@ TEST_F(Twreg, RefusesWhatIsNoCommandLine) {
       {__LINE__, {"get", "HKCU", "a", "b"}, "\"get\" takes no operand \"b\""},
       {__LINE__, {"check", "x"}, "\"check\" takes no operand \"x\""},
       {__LINE__, {"list", "HKCU", "--tree"}, "\"list\" has no option \"--tree\""},
-      {__LINE__, {"login", "save", "x", "--password"}, "\"login save\" has no option \"--password\""},
+      {__LINE__,
+       {"login", "save", "x", "--password"},
+       "\"login save\" has no option \"--password\""},
       {__LINE__, {"list", "HKCU", "--all"}, "There is no option \"--all\""},
       {__LINE__, {"list", "HKCU", "-x"}, "There is no option \"-x\""},
       {__LINE__, {"set", "HKCU", "v", "-t"}, "The option \"--type\" takes a value"},
@@ -233,18 +293,23 @@ TEST_F(Twreg, RefusesWhatIsNoCommandLine) {
       {__LINE__, {"set", "HKCU\\a", "v"}, "REG_SZ takes one VALUE"},
       {__LINE__, {"set", "HKCU\\a", "v", "x", "y"}, "REG_SZ takes one VALUE"},
       {__LINE__, {"set", "HKCU\\a", "v", "-t", "dword"}, "REG_DWORD takes one VALUE"},
-      {__LINE__, {"set", "HKCU\\a", "v", "-t", "dword", "4294967296"},
+      {__LINE__,
+       {"set", "HKCU\\a", "v", "-t", "dword", "4294967296"},
        "No number of 32 bits: \"4294967296\""},
-      {__LINE__, {"set", "HKCU\\a", "v", "-t", "dword", "--", "-1"}, "No number of 32 bits: \"-1\""},
+      {__LINE__,
+       {"set", "HKCU\\a", "v", "-t", "dword", "--", "-1"},
+       "No number of 32 bits: \"-1\""},
       {__LINE__, {"set", "HKCU\\a", "v", "-t", "dword", "0x"}, "No number of 32 bits: \"0x\""},
       {__LINE__, {"set", "HKCU\\a", "v", "-t", "binary", "012"}, "No bytes in hex digits: \"012\""},
       {__LINE__, {"set", "HKCU\\a", "v", "-t", "none", "0g"}, "No bytes in hex digits: \"0g\""},
-      {__LINE__, {"set", "HKCU\\a", "v", "-t", "multi_sz", "x", ""},
+      {__LINE__,
+       {"set", "HKCU\\a", "v", "-t", "multi_sz", "x", ""},
        "An empty text would end the list"},
       {__LINE__, {"delete", "HKCU\\a", "v", "--tree"}, "--tree deletes a key and takes no NAME"},
       {__LINE__, {"export", "HKCU", "--json"}, "\"export\" with --json needs a FILE"},
       {__LINE__, {"login", "show", ""}, "An ENTRY is one name, neither empty nor with a backslash"},
-      {__LINE__, {"login", "save", "a\\b"},
+      {__LINE__,
+       {"login", "save", "a\\b"},
        "An ENTRY is one name, neither empty nor with a backslash"},
   };
   for (const auto& row : kRows) {
@@ -268,11 +333,13 @@ TEST_F(Twreg, TakesAnyWordAsAnOperandBehindTwoHyphens) {
 
 TEST_F(Twreg, ShowsAPasswordOnlyWhenAsked) {
   Do({"login", "save", "Work", "--user", "me", "--database", "sales"}, "se cret\r\nmore\n");
-  const std::string kShown = "Entry:         Work\nUser:          me\nDatabase:      sales\n"
-                             "Database set:  \n";
+  const std::string kShown =
+      "Entry:         Work\nUser:          me\nDatabase:      sales\n"
+      "Database set:  \n";
   EXPECT_EQ(Answer({"login", "show", "Work"}), kShown);
   EXPECT_EQ(Answer({"login", "show", "Work", "--password"}), kShown + "Password:      se cret\n");
-  const std::string kJson = "{\"entry\":\"Work\",\"user\":\"me\",\"database\":\"sales\",\"set\":\"\"";
+  const std::string kJson =
+      "{\"entry\":\"Work\",\"user\":\"me\",\"database\":\"sales\",\"set\":\"\"";
   EXPECT_EQ(Answer({"login", "show", "work", "--json", "--password"}),
             "{\"entry\":\"work\",\"user\":\"me\",\"database\":\"sales\",\"set\":\"\","
             "\"password\":\"se cret\"}\n");
@@ -301,10 +368,11 @@ TEST_F(Twreg, ChecksBothHives) {
   constexpr char kCorrupt[] = "The configuration registry database is corrupt.";
   EXPECT_EQ(Run({"check"}),
             (Outcome{"user hive: in order\nmachine hive: "s + kCorrupt + "\n", "", 1}));
-  EXPECT_EQ(Run({"check", "--json"}),
-            (Outcome{"[{\"hive\":\"user\",\"problems\":[]},{\"hive\":\"machine\",\"problems\":[\""s +
-                         kCorrupt + "\"]}]\n",
-                     "", 1}));
+  EXPECT_EQ(
+      Run({"check", "--json"}),
+      (Outcome{"[{\"hive\":\"user\",\"problems\":[]},{\"hive\":\"machine\",\"problems\":[\""s +
+                   kCorrupt + "\"]}]\n",
+               "", 1}));
   EXPECT_EQ(Run({"set", "HKLM\\a", "v", "x"}),
             (Outcome{"", CallFailed("RegCreateKeyEx", "HKEY_LOCAL_MACHINE\\a", kCorrupt), 1}));
 }
