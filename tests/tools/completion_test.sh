@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # completion_test.sh <completion file>: what is offered behind some words.
-set -euo pipefail
-source "$1"
-compopt() { :; }
+set -uo pipefail  # a completion that finds nothing ends with 1
+source "$1" || exit 1
+compopt() { :; }  # there is no completion under way
 
 # offers <expected> <word...>: completes the last word.
 offers() {
