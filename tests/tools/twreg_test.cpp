@@ -231,6 +231,46 @@ TEST_F(Twreg, ImportsWhatItExportsAndDeletesWhatAFileSays) {
   EXPECT_EQ(Answer({"export", "HKCU\\a"}), kFile);
 }
 
+TEST_F(Twreg, ConvertsFilesOfAnotherCodePage) {
+  const std::string kOld =
+      "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER\\a\x83\\]\r\n\"\x83\\\"=\"\x83\\\"\r\n"
+      "\"b\"=hex:83,5c\r\n\"l\"=hex(7):83,5c,00,00\r\n";
+  const std::string kNew =
+      "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER\\a\xE3\x82\xBD]\r\n\"b\"=hex:83,5c\r\n"
+      "\"l\"=hex(7):e3,82,bd,00,00\r\n\"\xE3\x82\xBD\"=\"\xE3\x82\xBD\"\r\n";
+  const std::string kUtf8 = "--code-page=65001";
+  Do({kUtf8, "import", "--file-page", "932"}, kOld);
+  EXPECT_EQ(Answer({kUtf8, "export", "HKCU\\a\xE3\x82\xBD"}), kNew);
+  Do({kUtf8, "delete", "HKCU\\a\xE3\x82\xBD"});
+  Do({"--code-page=932", "import", "--file-page", "65001"}, kNew);
+  EXPECT_EQ(Answer({"--code-page=932", "export", "HKCU\\a\x83\\"}).size(), kOld.size());
+
+  const struct {
+    int line;
+    const char* key;
+    const char* why;
+  } kRows[] = {
+      {__LINE__, "x\xF8", "932 into 1252: Bytes are no text"},
+      {__LINE__, "x\x82\xA0", "932 into 1252: The other page lacks a character"},
+  };
+  for (const auto& row : kRows) {
+    const testing::ScopedTrace trace(__FILE__, row.line, "");
+    const std::string name = "HKCU\\"s + row.key;
+    EXPECT_EQ(Run({"--code-page=1252", "import", "--file-page", "932"},
+                  "REGEDIT4\n[HKCU\\first]\n[" + name + "]\n"),
+              (Outcome{"",
+                       "twreg: The key \"HKEY_CURRENT_USER\\\\"s + row.key +
+                           "\" cannot be brought from code page " + row.why + "\n",
+                       1}));
+  }
+  const std::string kLong = std::string(128, '\xE4');
+  EXPECT_EQ(
+      Run({kUtf8, "import", "--file-page", "1252"}, "REGEDIT4\n[HKCU\\" + kLong + "]").errors,
+      "twreg: The key \"HKEY_CURRENT_USER\\\\" + kLong +
+          "\" cannot be brought from code page 1252 into 65001: The names would be too long\n");
+  EXPECT_EQ(Answer({"--code-page=932", "list", "HKCU"}), "a\x83\\\\\n");
+}
+
 TEST_F(Twreg, FailsInTheLibrarysWords) {
   const std::string kFile = m_hives.Directory() + "/no/file";
   const struct {
@@ -287,6 +327,7 @@ TEST_F(Twreg, RefusesWhatIsNoCommandLine) {
       {__LINE__, {"check", "--color", "red"}, "--color takes \"auto\", \"always\" or \"never\""},
       {__LINE__, {"check", "--code-page", "x"}, "--code-page takes a number"},
       {__LINE__, {"check", "--code-page", "7"}, "There is no code page 7"},
+      {__LINE__, {"import", "--file-page", "7"}, "There is no code page 7"},
       {__LINE__, {"list", "HKCX\\a"}, "\"HKCX\\a\" begins with no predefined key"},
       {__LINE__, {"list", "HKCU/a"}, "\"HKCU/a\" begins with no predefined key"},
       {__LINE__, {"set", "HKCU\\a", "v", "x", "-t", "text"}, "There is no type \"text\""},

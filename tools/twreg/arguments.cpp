@@ -26,8 +26,8 @@ constexpr CommandSyntax kCommands[] = {
     {"get", Command::kGet, 1, 2, ""},
     {"set", Command::kSet, 2, kAny, " --type "},
     {"delete", Command::kDelete, 1, 2, " --tree "},
-    {"export", Command::kExport, 1, 2, ""},
-    {"import", Command::kImport, 0, 1, ""},
+    {"export", Command::kExport, 1, 2, " --file-page "},
+    {"import", Command::kImport, 0, 1, " --file-page "},
     {"login show", Command::kLoginShow, 1, 1, " --password "},
     {"login save", Command::kLoginSave, 1, 1, " --user --database --set "},
     {"check", Command::kCheck, 0, 0, ""},
@@ -42,10 +42,11 @@ struct OptionSyntax {
 };
 
 constexpr OptionSyntax kOptions[] = {
-    {"--recursive", "-r", false}, {"--type", "-t", true},  {"--tree", "", false},
-    {"--password", "", false},    {"--user", "", true},    {"--database", "", true},
-    {"--set", "", true},          {"--json", "", false},   {"--color", "", true},
-    {"--code-page", "", true},    {"--help", "-h", false}, {"--version", "-V", false},
+    {"--recursive", "-r", false}, {"--type", "-t", true},    {"--tree", "", false},
+    {"--password", "", false},    {"--user", "", true},      {"--database", "", true},
+    {"--set", "", true},          {"--json", "", false},     {"--color", "", true},
+    {"--code-page", "", true},    {"--file-page", "", true}, {"--help", "-h", false},
+    {"--version", "-V", false},
 };
 
 std::string Quote(std::string_view word) {
@@ -149,10 +150,10 @@ ColorMode Arguments::Color() const {
   throw UsageError("--color takes \"auto\", \"always\" or \"never\"");
 }
 
-std::optional<int> Arguments::CodePage() const {
-  if (!Has("--code-page")) return std::nullopt;
-  const std::optional<DWORD> number = ParseNumber(Option("--code-page"));
-  if (!number || *number > INT_MAX) throw UsageError("--code-page takes a number");
+std::optional<int> Arguments::PageOption(const std::string& option) const {
+  if (!Has(option)) return std::nullopt;
+  const std::optional<DWORD> number = ParseNumber(Option(option));
+  if (!number || *number > INT_MAX) throw UsageError(option + " takes a number");
   return static_cast<int>(*number);
 }
 
@@ -161,6 +162,7 @@ Arguments ParseArguments(const std::vector<std::string>& words) {
   Words(words).SortInto(arguments);
   arguments.Color();
   arguments.CodePage();
+  arguments.FilePage();
   if (arguments.Has("--help")) return arguments;
   if (arguments.Has("--version")) {
     arguments.command = Command::kVersion;

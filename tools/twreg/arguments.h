@@ -40,8 +40,10 @@ struct Arguments {
 
   ColorMode Color() const;
 
-  // The number of the code page, unless the process's own is to be kept.
-  std::optional<int> CodePage() const;
+  // The number of the code page, or of the file's, that the option names; nothing without it.
+  std::optional<int> CodePage() const { return PageOption("--code-page"); }
+  std::optional<int> FilePage() const { return PageOption("--file-page"); }
+  std::optional<int> PageOption(const std::string& option) const;
 };
 
 // Reads the words behind the program's name. Options may stand anywhere before a "--"; "-" is an

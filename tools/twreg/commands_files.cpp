@@ -3,8 +3,10 @@
 #include <cstdio>
 #include <memory>
 
+#include "tesselkit/platform/mbstring.h"
 #include "tools/twreg/commands.h"
 #include "tools/twreg/failure.h"
+#include "tools/twreg/page_conversion.h"
 #include "tools/twreg/registry_file_reader.h"
 #include "tools/twreg/registry_file_writer.h"
 #include "tools/twreg/store.h"
@@ -51,13 +53,27 @@ std::string ReadInput(const std::string& name) {
   return WholeOf(Opened(name, "rb").get(), name);
 }
 
-RegistryFile ReadNamed(const std::string& name) {
+RegistryFile ReadNamed(const std::string& name, int page) {
   const std::string text = ReadInput(name);
+  const PageScope scope(page);
   try {
     return ReadRegistryFile(text);
   } catch (const Failure& failure) {
     throw Failure((IsStandardStream(name) ? "standard input" : name) + ", " + failure.what());
   }
+}
+
+std::string WrittenIn(int page, const RegistryFile& file) {
+  const PageScope scope(page);
+  return WriteRegistryFile(file);
+}
+
+int FilePageOf(const Arguments& arguments) {
+  return arguments.FilePage().value_or(_getmbcp());
+}
+
+RegistryFile InPage(RegistryFile file, int from, int to) {
+  return from == to ? file : Converted(std::move(file), from, to);
 }
 
 // How much a file holds.
@@ -76,7 +92,8 @@ int Export(const Arguments& arguments, Output& output) {
     throw UsageError("\"export\" with --json needs a FILE");
   }
   const RegistryFile file = ReadTree(KeyOperand(arguments));
-  const std::string text = WriteRegistryFile(file);
+  const int page = FilePageOf(arguments);
+  const std::string text = WrittenIn(page, InPage(file, _getmbcp(), page));
   PutCounts(file, output.Document());
   if (IsStandardStream(name)) {
     output.Text(text);
@@ -87,7 +104,8 @@ int Export(const Arguments& arguments, Output& output) {
 }
 
 int Import(const Arguments& arguments, Output& output) {
-  const RegistryFile file = ReadNamed(arguments.Operand(0));
+  const int page = FilePageOf(arguments);
+  const RegistryFile file = InPage(ReadNamed(arguments.Operand(0), page), page, _getmbcp());
   Apply(file);
   PutCounts(file, output.Document());
   return kDone;

@@ -18,6 +18,7 @@ Shows and changes what the product keeps in its registry.
   export KEY [FILE]            writes a key and everything below it to a
                                registry file ("REGEDIT4")
   import [FILE]                does what a registry file says
+      --file-page NUMBER       (both) the file's code page; texts are converted
   login show ENTRY             shows a saved login
       --password               and its password
   login save ENTRY             saves a login; the password is read from standard

@@ -29,6 +29,9 @@ struct KeyPath {
 // key.
 std::optional<KeyPath> ParseKeyPath(std::string_view text);
 
+// The registry's limit for a value's name, in bytes.
+constexpr std::size_t kLongestValueName = 16383;
+
 // Whether the registry takes names of that length and that many of them.
 bool IsWithinLimits(const KeyPath& path);
 

@@ -16,7 +16,6 @@ constexpr std::string_view kHead = "REGEDIT4";
 constexpr std::string_view kLaterHead = "Windows Registry Editor";
 constexpr std::string_view kByteOrderMarks[] = {"\xFF\xFE", "\xFE\xFF", "\xEF\xBB\xBF"};
 constexpr std::string_view kBlanks = " \t";
-constexpr std::size_t kLongestValueName = 16383;
 constexpr std::size_t kDigitsOfNumber = 8;
 constexpr std::size_t kDigitsOfByte = 2;
 

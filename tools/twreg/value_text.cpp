@@ -114,6 +114,10 @@ std::optional<DWORD> ParseNumber(std::string_view text) {
   return number;
 }
 
+bool IsTextType(DWORD type) {
+  return IsText(type) || type == REG_MULTI_SZ;
+}
+
 std::string HexText(std::string_view data) {
   std::string text;
   text.reserve(data.size() * 2);

@@ -27,6 +27,9 @@ std::optional<DWORD> ParseType(std::string_view text);
 // A number of 32 bits, decimal or, with "0x", hexadecimal; nothing for all else.
 std::optional<DWORD> ParseNumber(std::string_view text);
 
+// Whether values of that type are texts, or lists of them, in the code page.
+bool IsTextType(DWORD type);
+
 // Two digits for each byte.
 std::string HexText(std::string_view data);
 
