@@ -250,7 +250,7 @@ TEST_F(Twreg, ConvertsFilesOfAnotherCodePage) {
     const char* key;
     const char* why;
   } kRows[] = {
-      {__LINE__, "x\xF8", "932 into 1252: Bytes are no text"},
+      {__LINE__, "x\xF8 y", "932 into 1252: Bytes are no text"},
       {__LINE__, "x\x82\xA0", "932 into 1252: The other page lacks a character"},
   };
   for (const auto& row : kRows) {
