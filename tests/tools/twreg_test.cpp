@@ -431,9 +431,9 @@ std::string OnTerminal(const Words& words, bool refuses_color) {
     return test::BecomeProgram("/usr/bin/env", with_setting);
   });
   EXPECT_EQ(child.Code(), 0);
+  close(other_end);  // reading ends where nothing was printed
   char text[4096];
   const ssize_t size = read(terminal, text, sizeof text);
-  close(other_end);
   close(terminal);
   return {text, static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
 }
