@@ -50,7 +50,7 @@ std::optional<std::string> Quoted(std::string_view text) {
 
 std::string KeyLine(const FileKey& key) {
   const std::string name = key.path.Name();
-  const std::string line = (key.is_deleted ? "[-" : "[") + name + "]";
+  std::string line = (key.is_deleted ? "[-" : "[") + name + "]";
   const bool is_closed = tesselkit::platform::FindLastCharacter(line, ']') == line.size() - 1;
   if (!is_closed || name.find_first_of("\r\n") != std::string::npos) {
     throw Failure("A registry file cannot hold the name of the key " + QuotedText(name));

@@ -76,7 +76,7 @@ bool NeedsEscape(char c) {
 
 std::string HexOfTable(std::string_view data) {
   constexpr std::size_t kMost = 32;
-  const std::string shown = HexText(data.substr(0, kMost));
+  std::string shown = HexText(data.substr(0, kMost));
   if (data.size() <= kMost) return shown;
   return shown + "... (" + std::to_string(data.size()) + " bytes)";
 }
