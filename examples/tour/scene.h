@@ -24,6 +24,7 @@ struct Places {
   std::string program;  // the tour itself
   std::string data;
   std::string scratch;
+  std::string twreg;  // the registry's command, empty when it was not built
 };
 
 void VerdictsScene(const Places& places);
@@ -33,6 +34,7 @@ void LanguageScene(const Places& places);
 void TextScene(const Places& places);
 void ObjectsScene(const Places& places);
 void EncodingsScene(const Places& places);
+void RegistryScene(const Places& places);
 void TimerScene(const Places& places);
 
 // What the program prints when it runs once more for LanguageScene.

@@ -40,6 +40,10 @@ std::string TextOf(PaMsgException* caught) {
 
 }  // namespace tour
 
+#ifndef TOUR_TWREG
+#define TOUR_TWREG ""
+#endif
+
 namespace {
 
 using namespace tour;
@@ -56,6 +60,7 @@ constexpr Scene kScenes[] = {
     {"Lines, files and orders", TextScene},
     {"Objects", ObjectsScene},
     {"Encodings", EncodingsScene},
+    {"The registry", RegistryScene},
     {"Faults", FaultsScene},
     {"Timers", TimerScene},
 };
@@ -104,7 +109,8 @@ int main(int count, char** arguments) {
   const ScratchDirectory scratch;
   try {
     Say("Tesselkit, the core utility library: a tour\n");
-    PlayAll({std::filesystem::canonical("/proc/self/exe"), arguments[1], scratch.Path()});
+    PlayAll(
+        {std::filesystem::canonical("/proc/self/exe"), arguments[1], scratch.Path(), TOUR_TWREG});
     return 0;
   } catch (PaMsgException* caught) {
     std::fprintf(stderr, "the tour failed: %s\n", TextOf(caught).c_str());
