@@ -71,6 +71,7 @@ void tour::RegistryScene(const Places& places) {
   ShowLogin();
   if (places.twreg.empty()) return;
   Say("  and listed by twreg\n");
-  ShowOutputOf(places.twreg + " list --recursive 'HKCU\\Software\\Veltrim Software\\Tarnwell\\"
+  ShowOutputOf(places.twreg +
+               " list --recursive 'HKCU\\Software\\Veltrim Software\\Tarnwell\\"
                "2000.02.10\\Common\\TWIntSvr'");
 }
