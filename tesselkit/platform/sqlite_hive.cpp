@@ -171,6 +171,9 @@ LONG SqliteHive::Prepare() {
   sqlite3* db = m_db.get();
   sqlite3_extended_result_codes(db, 1);
   sqlite3_busy_handler(db, WaitForWriter, nullptr);
+  // What runs by itself is none of a hive's, but may stand in a file that says it is one.
+  sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+  sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
   // Whoever may read the hive, but not make files beside it, needs these to be there.
   int keeps_log = 1;
   sqlite3_file_control(db, "main", SQLITE_FCNTL_PERSIST_WAL, &keeps_log);
