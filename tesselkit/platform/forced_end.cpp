@@ -78,11 +78,10 @@ void AcceptForcedEnd(ForcedEnd* end) noexcept {
   EndIfDue();  // the signal may have come before
 }
 
-bool ForceEnd(std::thread::native_handle_type thread, ForcedEnd& end) noexcept {
-  if (TheSignal() == 0) return false;
+void ForceEnd(std::thread::native_handle_type thread, ForcedEnd& end) noexcept {
   end.is_due = true;
-  pthread_kill(thread, TheSignal());  // fails when the thread has left by itself
-  return true;
+  // Fails when the thread has left by itself.
+  if (TheSignal() != 0) pthread_kill(thread, TheSignal());
 }
 
 bool IsForcedEndDue() noexcept {
@@ -91,13 +90,13 @@ bool IsForcedEndDue() noexcept {
 }
 
 // The handler runs on the same thread, so the order of the instructions is all that counts.
-HoldOffForcedEnd::HoldOffForcedEnd() noexcept {
+void BeginHoldOff() noexcept {
   const int before = this_thread.hold_offs.load(std::memory_order_relaxed);
   this_thread.hold_offs.store(before + 1, std::memory_order_relaxed);
   std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
-HoldOffForcedEnd::~HoldOffForcedEnd() {
+void EndHoldOff() noexcept {
   std::atomic_signal_fence(std::memory_order_seq_cst);
   const int left = this_thread.hold_offs.load(std::memory_order_relaxed) - 1;
   this_thread.hold_offs.store(left, std::memory_order_relaxed);

@@ -1,7 +1,9 @@
 #include "tesselkit/platform/hive.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <utility>
 
@@ -54,6 +56,13 @@ struct ProcessEnd {
 bool IsThere(const std::string& file_name) {
   struct stat state;
   return stat(file_name.c_str(), &state) == 0;
+}
+
+// Whether files may be made beside the hive.
+bool CanHaveLog(const std::string& file_name) {
+  const std::string directory = file_name.substr(0, file_name.rfind('/') + 1);
+  const char* const place = directory.empty() ? "." : directory.c_str();
+  return faccessat(AT_FDCWD, place, W_OK, AT_EACCESS) == 0;
 }
 
 // Whether there is anything in the hive's log.
@@ -120,7 +129,8 @@ LONG Hive::OpenFile(bool is_writable) {
   LONG status = ERROR_ACCESS_DENIED;
   if (is_writable) status = OpenStore(m_file_name, HiveAccess::kWrite, store);
   if (status == ERROR_ACCESS_DENIED) status = OpenStore(m_file_name, HiveAccess::kRead, store);
-  if (status == ERROR_ACCESS_DENIED && !HasLog(m_file_name)) return OpenAlone();
+  const bool is_refused = status == ERROR_ACCESS_DENIED || !CanHaveLog(m_file_name);
+  if (status != ERROR_SUCCESS && is_refused && !HasLog(m_file_name)) return OpenAlone();
   // A writer may have made the log just now.
   if (status == ERROR_ACCESS_DENIED) status = OpenStore(m_file_name, HiveAccess::kRead, store);
   if (status != ERROR_SUCCESS) return status;
@@ -152,9 +162,15 @@ void Hive::Forget() {
 }
 
 void Hive::BeforeFork() {
+  BeginHoldOff();
   m_mutex.lock();
   if (m_cache != nullptr) m_cache->Store().PrepareToReopen();
   Close();
+}
+
+void Hive::AfterFork() {
+  m_mutex.unlock();
+  EndHoldOff();
 }
 
 void SetHiveOpener(HiveOpener opener) {

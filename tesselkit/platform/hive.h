@@ -36,7 +36,7 @@ class Hive {
 
   // Around a fork: the hive is closed, and nobody can open it, until both processes have left.
   void BeforeFork();
-  void AfterFork() { m_mutex.unlock(); }
+  void AfterFork();
 
  private:
   LONG Ready(bool makes_it);

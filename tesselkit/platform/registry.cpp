@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "tesselkit/platform/code_page.h"
 #include "tesselkit/platform/hive.h"
@@ -52,6 +53,7 @@ struct Needs {
 };
 
 constexpr Needs kNothing = {0};
+constexpr Needs kMakeHive = {0, true};
 constexpr Needs kQuery = {KEY_QUERY_VALUE};
 constexpr Needs kEnumerate = {KEY_ENUMERATE_SUB_KEYS};
 constexpr Needs kMakeKey = {KEY_CREATE_SUB_KEY, true};
@@ -365,10 +367,18 @@ LONG RegSetValueExA(HKEY key, LPCSTR name, DWORD reserved, DWORD type, const BYT
 
 LONG RegSetValueA(HKEY key, LPCSTR sub_key, DWORD type, LPCSTR data, DWORD) {
   if (type != REG_SZ || data == nullptr) return ERROR_INVALID_PARAMETER;
-  return WithKey(key, kMakeValue, [&](OpenKey& open, HiveCache& hive) -> LONG {
+  return WithKey(key, kMakeHive, [&](OpenKey& open, HiveCache& hive) -> LONG {
     const RegistryPath path(ViewOf(sub_key));
     if (path.Status() != ERROR_SUCCESS) return path.Status();
-    return hive.Store().WriteValue(open.id, path.Names(), {}, type, {data, std::strlen(data) + 1});
+    KeyId id = 0;
+    const LONG found = hive.FindPath(open.id, path.Folded(), id);
+    if (found != ERROR_SUCCESS && found != ERROR_FILE_NOT_FOUND) return found;
+    const bool is_missing = found != ERROR_SUCCESS;
+    const Needs& needs = is_missing ? kMakeKey : path.Folded().empty() ? kMakeValue : kNothing;
+    if (!needs.AreMetBy(open.access) || !hive.Store().IsWritable()) return ERROR_ACCESS_DENIED;
+    const std::vector<HiveName> rest = is_missing ? path.Names() : std::vector<HiveName>();
+    return hive.Store().WriteValue(is_missing ? open.id : id, rest, {}, type,
+                                   {data, std::strlen(data) + 1});
   });
 }
 

@@ -121,7 +121,8 @@ TESSELKIT_API LONG RegQueryValueA(HKEY key, LPCSTR sub_key, LPSTR data, PLONG si
 TESSELKIT_API LONG RegSetValueExA(HKEY key, LPCSTR name, DWORD reserved, DWORD type,
                                   const BYTE* data, DWORD size);
 // Sets the unnamed value of the key at `sub_key`, which is made when it is missing, to a text.
-// `type` must be REG_SZ; `size` is not looked at.
+// `type` must be REG_SZ; `size` is not looked at. Takes KEY_CREATE_SUB_KEY where the key is
+// missing, KEY_SET_VALUE where it is `key` itself.
 TESSELKIT_API LONG RegSetValueA(HKEY key, LPCSTR sub_key, DWORD type, LPCSTR data, DWORD size);
 
 // The subkey at `index`, in an order of the store's own. `*name_size` is the room for the name and

@@ -45,11 +45,14 @@ struct TableInUse {
 
 HandleTable& TheTable();
 
+// Around a fork.
 void LockTable() {
+  BeginHoldOff();
   TheTable().mutex.lock();
 }
 void UnlockTable() {
   TheTable().mutex.unlock();
+  EndHoldOff();
 }
 
 HandleTable& TheTable() {

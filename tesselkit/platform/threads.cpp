@@ -106,8 +106,15 @@ class HandleTable {
     return node ? node.mapped() : nullptr;
   }
 
-  void Lock() { m_mutex.lock(); }
-  void Unlock() { m_mutex.unlock(); }
+  // Around a fork.
+  void Lock() {
+    BeginHoldOff();
+    m_mutex.lock();
+  }
+  void Unlock() {
+    m_mutex.unlock();
+    EndHoldOff();
+  }
 
  private:
   std::mutex m_mutex;
@@ -277,7 +284,8 @@ BOOL TerminateThread(HANDLE thread, DWORD exit_code) noexcept {
   if (object->TryTake()) return TRUE;
   const bool is_own = object->id == GetCurrentThreadId();
   if (is_own || object->is_taken_away.exchange(true)) return Fail(ERROR_ACCESS_DENIED, FALSE);
-  if (!ForceEnd(object->host_thread, object->forced_end) || !JoinSoon(*object)) {
+  ForceEnd(object->host_thread, object->forced_end);
+  if (!JoinSoon(*object)) {
     object->is_taken_away = false;
     return Fail(ERROR_BUSY, FALSE);
   }

@@ -82,7 +82,7 @@ void AdTimerWatch::StartWatch() {
   if (own_watch == this) return;
   if (m_Stop != 0) StopWatch();
   if (m_ThreadHandle != nullptr || m_RequestedPollInterval == 0) return;
-  m_CurrentPollInterval = m_RequestedPollInterval;
+  m_CurrentPollInterval = m_RequestedPollInterval.load();
   m_WakeUpEvent = CreateEventA(nullptr, FALSE, FALSE, nullptr);
   if (m_WakeUpEvent == nullptr) return;
   m_ThreadHandle = CreateThread(nullptr, 0, OnTimerWatch, this, 0, &m_ThreadId);
@@ -145,5 +145,6 @@ unsigned long AdTimerWatch::OnTimerWatch(void* watch) {
     }
   }
   TraceThread("Timer thread terminated");
+  own_watch = nullptr;
   return 0;
 }

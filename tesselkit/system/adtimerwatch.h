@@ -82,7 +82,7 @@ class TESSELKIT_API AdTimerWatch {
   HANDLE m_WakeUpEvent = nullptr;
   long m_PollMin = 0;
   long m_PollMax = 0;
-  long m_RequestedPollInterval = 0;
+  std::atomic<long> m_RequestedPollInterval = 0;
   long m_CurrentPollInterval = 0;
   void (*m_Callback)() = nullptr;
   std::atomic<int> m_Stop = 0;

@@ -1,6 +1,8 @@
 // The registry's files: several processes and threads, damage, rights, full disks, sudden deaths.
 #include "tesselkit/platform/hive.h"
 
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -236,9 +238,32 @@ TEST_F(MachineHive, IsReadByEverybodyAndWrittenByNobody) {
   EXPECT_EQ(AsNobody(ReadAndTryToWrite), 0) << "while none runs";
   EXPECT_EQ(SetNumber(writer, "v", 1), ERROR_SUCCESS);
   tesselkit::platform::ForgetHives();  // nothing is left in the log
-  for (const char* suffix : {"-wal", "-shm"}) fs::remove(m_hives.Machine() + suffix);
-  EXPECT_EQ(AsNobody(ReadAndTryToWrite), 0) << "without a log";
-  EXPECT_FALSE(fs::exists(m_hives.Machine() + "-wal"));
+  for (const char* suffix : {"-shm", "-wal"}) {
+    fs::remove(m_hives.Machine() + suffix);
+    EXPECT_EQ(AsNobody(ReadAndTryToWrite), 0) << "without " << suffix;
+    EXPECT_FALSE(fs::exists(m_hives.Machine() + suffix));
+  }
+}
+
+// Makes a directory one of a file system that cannot be written, for this process alone.
+bool MountReadOnly(const std::string& directory) {
+  const char* const place = directory.c_str();
+  return unshare(CLONE_NEWNS) == 0 &&
+         mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         mount(place, place, nullptr, MS_BIND, nullptr) == 0 &&
+         mount(nullptr, place, nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr) == 0;
+}
+
+TEST_F(MachineHive, IsReadFromAFileSystemThatCannotBeWritten) {
+  constexpr int kNotAllowed = 99;
+  tesselkit::platform::ForgetHives();
+  for (const char* suffix : {"", "-shm", "-wal"}) {
+    if (*suffix != '\0') fs::remove(m_hives.Machine() + suffix);
+    const int code = test::InChild(
+        [&] { return MountReadOnly(m_hives.Directory()) ? ReadAndTryToWrite() : kNotAllowed; });
+    if (code == kNotAllowed) GTEST_SKIP() << "needs the right to mount";
+    EXPECT_EQ(code, 0) << "without " << suffix;
+  }
 }
 
 TEST_F(MachineHive, ShowsLaterWritesToAReaderThatBeganWithoutALog) {
@@ -292,7 +317,7 @@ TEST_F(HiveFiles, ServeThreadsWithHandlesOfTheirOwnAndSharedOnes) {
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&shared, t] {
-      const std::string name = "own" + std::to_string(t);
+      const std::string name = std::string("own") + std::to_string(t);
       for (int i = 0; i < kRounds; ++i) {
         const Key own(name.c_str());
         EXPECT_EQ(SetNumber(own, "v", i), ERROR_SUCCESS);
@@ -308,7 +333,7 @@ TEST_F(HiveFiles, ServeThreadsWithHandlesOfTheirOwnAndSharedOnes) {
 
 // Counts "count" up, one process against the others, each step in a value of its own.
 int WriteSteps(int process, int steps) {
-  const Key key(("steps\\" + std::to_string(process)).c_str());
+  const Key key((std::string("steps\\") + std::to_string(process)).c_str());
   for (int i = 0; i < steps; ++i) {
     if (SetNumber(key, std::to_string(i).c_str(), i) != ERROR_SUCCESS) return 1;
   }
@@ -326,7 +351,8 @@ TEST_F(HiveFiles, TakeTheWritesOfSeveralProcessesFromTheirFirstOneOn) {
     for (const auto& writer : writers) EXPECT_EQ(writer->Code(), 0);
   }
   for (int process = 0; process < kProcesses; ++process) {
-    const Key key(("steps\\" + std::to_string(process)).c_str(), HKEY_CURRENT_USER, KEY_READ);
+    const Key key((std::string("steps\\") + std::to_string(process)).c_str(), HKEY_CURRENT_USER,
+                  KEY_READ);
     for (int i = 0; i < kSteps; ++i) EXPECT_EQ(Number(key, std::to_string(i).c_str()), i);
   }
   EXPECT_EQ(test::Damage(), "");

@@ -13,6 +13,7 @@
 #include "tesselkit/platform/debug_output.h"
 #include "tesselkit/platform/status_codes.h"
 #include "tests/support/host_threads.h"
+#include "tests/support/process.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/standing_clock.h"
 
@@ -249,6 +250,21 @@ void Sleep() {
   where = 1;
   std::this_thread::sleep_for(std::chrono::hours(1));
   where = 3;
+}
+
+unsigned long UseTheLayerForEver(void*) {
+  for (;;) WaitForSingleObject(nullptr, 0);
+}
+
+TEST_F(ForcedEnds, ComeWithTheNextUseOfTheLayerWhereNoSignalIsFree) {
+  const int code = test::InChild([] {
+    for (int signal = SIGRTMIN; signal <= SIGRTMAX; ++signal) std::signal(signal, SIG_IGN);
+    const HANDLE thread = CreateThread(nullptr, 0, UseTheLayerForEver, nullptr, 0, nullptr);
+    DWORD exit_code = 0;
+    if (!TerminateThread(thread, 7)) return 1;
+    return GetExitCodeThread(thread, &exit_code) && exit_code == 7 ? 0 : 2;
+  });
+  EXPECT_EQ(code, 0);
 }
 
 TEST_F(ForcedEnds, RunNothingOfTheThread) {

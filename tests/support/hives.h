@@ -58,6 +58,10 @@ inline LONG SetData(HKEY key, const char* name, std::string_view data, DWORD typ
                         static_cast<DWORD>(data.size()));
 }
 
+inline std::string Shown(LONG status) {
+  return std::string("(").append(std::to_string(status)).append(")");
+}
+
 // The value's data, or "(status)".
 inline std::string Data(HKEY key, const char* name) {
   DWORD size = 0;
@@ -67,15 +71,14 @@ inline std::string Data(HKEY key, const char* name) {
     status =
         RegQueryValueExA(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size);
   }
-  return status == ERROR_SUCCESS ? data : std::string("(") + std::to_string(status) + ")";
+  return status == ERROR_SUCCESS ? data : Shown(status);
 }
 
 // What is wrong with the hive of `root`; empty when nothing is.
 inline std::string Damage(HKEY root = HKEY_CURRENT_USER) {
   std::string report;
   const LONG status = tesselkit::platform::CheckHive(root, report);
-  return status == ERROR_SUCCESS ? report
-                                 : std::string("(") + std::to_string(status) + ")" + report;
+  return status == ERROR_SUCCESS ? report : Shown(status) + report;
 }
 
 }  // namespace test
