@@ -241,7 +241,7 @@ std::string NamedHiveFile(HiveKind kind) {
 
 // The process may go to another directory, and the log stands beside the file that a link names.
 std::string HiveFileName(HiveKind kind) {
-  const std::string named = NamedHiveFile(kind);
+  std::string named = NamedHiveFile(kind);
   if (named.empty()) return named;
   std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(named, error);
