@@ -59,10 +59,10 @@ AdExceptionConverter::AdExceptionConverter() noexcept
     : AdExceptionConverter(TranslateNativeException) {}
 
 AdExceptionConverter::AdExceptionConverter(_se_translator_function translator) noexcept
-    : m_before(_set_se_translator(translator)) {}
+    : m_before(platform::SetTranslator(translator)) {}
 
 AdExceptionConverter::~AdExceptionConverter() {
-  _set_se_translator(m_before);
+  platform::RestoreTranslator(m_before);
 }
 
 void AdLookupCallStack(CString& stack) noexcept {

@@ -34,7 +34,7 @@ class TESSELKIT_API AdExceptionConverter {
   AdExceptionConverter& operator=(const AdExceptionConverter&) = default;
 
  private:
-  _se_translator_function m_before;
+  tesselkit::platform::TranslatorSetting m_before;
 };
 
 // Sets `stack` to the report of the calling thread's stack: a head line, then one line for each

@@ -2,7 +2,6 @@
 // alternate stack for each thread that takes faults.
 #include <pthread.h>
 #include <signal.h>
-#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -13,7 +12,9 @@
 #include <cstdint>
 #include <iterator>
 #include <mutex>
+#include <utility>
 
+#include "tesselkit/platform/alternate_stack.h"
 #include "tesselkit/platform/cstring.h"
 #include "tesselkit/platform/debug_help.h"
 #include "tesselkit/platform/exceptions.h"
@@ -30,9 +31,6 @@ namespace {
 
 // The signals that become native exceptions.
 constexpr int kFaultSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
-
-constexpr std::size_t kAlternateStackSize = 256 * 1024;
-constexpr std::size_t kGuardSize = 4096;
 
 // What was done with each signal before.
 struct Earlier {
@@ -132,6 +130,15 @@ void Adjust(void* host, const HostFault& fault, const EXCEPTION_RECORD& record) 
   WriteRegisters(host, at);
 }
 
+// Offers it with the stack's reserve open, which stays so when somebody takes it.
+bool OfferOverflow(EXCEPTION_POINTERS& pointers) {
+  const bool was_closed = OpenStackReserve();
+  native_thread.is_ready = false;
+  const bool goes_on = OfferException(pointers);
+  if (!goes_on && was_closed) UndoOpenStackReserve();
+  return goes_on;
+}
+
 // Returns whether the thread is to go on.
 bool OfferFault(const siginfo_t& info, void* host) {
   const FrameRegisters at_fault = ReadRegisters(host);
@@ -149,18 +156,24 @@ bool OfferFault(const siginfo_t& info, void* host) {
       reinterpret_cast<void*>(is_trap ? context.InstructionPointer : at_fault.program_counter);
   EXCEPTION_POINTERS pointers{&record, &context};
   TakeFloatingPointSettings(host);
-  const bool goes_on = OfferException(pointers);
+  const bool is_overflow = record.ExceptionCode == EXCEPTION_STACK_OVERFLOW;
+  const bool goes_on = is_overflow ? OfferOverflow(pointers) : OfferException(pointers);
   WriteRegisters(host, at_fault);
   return goes_on;
+}
+
+bool HasTaker() {
+  const Takers& takers = native_thread.takers;
+  return takers.translator.function != nullptr || takers.guard != nullptr;
 }
 
 void OnSignal(int signal, siginfo_t* info, void* context) {
   AllowUnalignedReads();
   const int error = errno;
-  const NativeThread& thread = native_thread;
-  const bool is_taken =
-      (thread.translator != nullptr || thread.guard != nullptr) && IsFaultOf(*info);
-  if (!is_taken || !OfferFault(*info, context)) {
+  if (IsAlternateStackFull(ReadRegisters(context).stack_pointer)) {
+    // Faults within faults. The host has begun that stack anew, over the frames that led here.
+    SetDefault(signal);
+  } else if (!HasTaker() || !IsFaultOf(*info) || !OfferFault(*info, context)) {
     PassOn(signal, info, context);
   }
   errno = error;
@@ -196,13 +209,23 @@ void GoAroundSanitizer(int signal, int flags) {
 void GoAroundSanitizer(int, int) {}
 #endif
 
+// What is sent interrupts the thread's system calls only where it did before.
+bool MustRestart(const struct sigaction& earlier) {
+  const bool is_plain = (earlier.sa_flags & SA_SIGINFO) == 0;
+  const bool has_handler =
+      !is_plain || (earlier.sa_handler != SIG_DFL && earlier.sa_handler != SIG_IGN);
+  return !has_handler || (earlier.sa_flags & SA_RESTART) != 0;
+}
+
 void InstallHandlers() {
+  // Not deferred: what leaves the handler by throwing leaves the thread's mask as it was.
+  constexpr int kFlags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
   struct sigaction action = {};
   action.sa_sigaction = OnSignal;
-  // Not deferred: what leaves the handler by throwing leaves the thread's mask as it was.
-  action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
   for (const int signal : kFaultSignals) {
-    sigaction(signal, nullptr, &EarlierOf(signal).action);
+    struct sigaction& before = EarlierOf(signal).action;
+    sigaction(signal, nullptr, &before);
+    action.sa_flags = MustRestart(before) ? kFlags | SA_RESTART : kFlags;
     sigaction(signal, &action, nullptr);
     GoAroundSanitizer(signal, action.sa_flags);
   }
@@ -242,44 +265,37 @@ void PrepareProcess() {
   }
 }
 
-// Gives the thread an alternate stack, and back the one it had when the thread ends.
-class AlternateStack {
- public:
-  AlternateStack() {
-    void* const memory = mmap(nullptr, kGuardSize + kAlternateStackSize, PROT_READ | PROT_WRITE,
-                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (memory == MAP_FAILED) return;
-    mprotect(memory, kGuardSize, PROT_NONE);
-    stack_t stack = {};
-    stack.ss_sp = static_cast<char*>(memory) + kGuardSize;
-    stack.ss_size = kAlternateStackSize;
-    if (sigaltstack(&stack, &m_before) == 0) {
-      m_memory = memory;
-    } else {
-      munmap(memory, kGuardSize + kAlternateStackSize);
-    }
+struct ThreadResources {
+  AlternateStack stack;
+
+  // Destructors that run later have no stack for their faults.
+  ~ThreadResources() {
+    native_thread = {};
+    EndStackReserve();
   }
-
-  ~AlternateStack() {
-    native_thread = {};  // destructors that run later have no stack for their faults
-    if (m_memory == nullptr || sigaltstack(&m_before, nullptr) != 0) return;
-    munmap(m_memory, kGuardSize + kAlternateStackSize);
-  }
-
-  AlternateStack(const AlternateStack&) = delete;
-  AlternateStack& operator=(const AlternateStack&) = delete;
-
- private:
-  void* m_memory = nullptr;
-  stack_t m_before = {};
 };
+
+void UnblockFaults() {
+  sigset_t faults;
+  sigemptyset(&faults);
+  for (const int signal : kFaultSignals) sigaddset(&faults, signal);
+  pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
+}
+
+constinit thread_local bool has_resources = false;
+
+// Once in a thread's life.
+void GiveResources() {
+  if (std::exchange(has_resources, true)) return;
+  PrepareProcess();
+  static thread_local ThreadResources resources;
+  UnblockFaults();
+}
 
 }  // namespace
 
 void tesselkit::platform::PrepareThread() noexcept {
   if (native_thread.is_ready) return;
-  PrepareProcess();
-  ThreadStack();  // asked for now, since a handler may not
-  static thread_local AlternateStack stack;
-  native_thread.is_ready = true;
+  GiveResources();
+  native_thread.is_ready = CloseStackReserve();
 }

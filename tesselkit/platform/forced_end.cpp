@@ -7,6 +7,8 @@
 
 #include <climits>
 
+#include "tesselkit/platform/stack_room.h"
+
 namespace tesselkit::platform {
 
 namespace {
@@ -28,6 +30,7 @@ void ForgetKeys() noexcept {
 void EndIfDue() noexcept {
   if (!IsForcedEndDue()) return;
   ForgetKeys();
+  EndStackReserve();
   syscall(SYS_exit, 0);
 }
 

@@ -15,28 +15,27 @@ constinit thread_local NativeThread native_thread{};
 struct Guard {
   int (*filter)(EXCEPTION_POINTERS*, void*);
   void* context;
-  NativeThread before;
+  Takers before;
   jmp_buf place;
 };
 
 namespace {
 
-// The state of a thread as it was when `guard` was entered, for as long as a filter runs or for
-// good.
-void LeaveGuard(const Guard& guard) {
-  const bool is_ready = native_thread.is_ready;
-  native_thread = guard.before;
-  native_thread.is_ready = is_ready;
+// Whether the calling thread is still inside that guarded call; outside all calls, always.
+bool IsInside(const Guard* guard) {
+  const Guard* inner = native_thread.takers.guard;
+  while (inner != guard && inner != nullptr) inner = inner->before.guard;
+  return inner == guard;
 }
 
 class GuardScope {
  public:
-  explicit GuardScope(Guard& guard) : m_guard(guard) { native_thread.guard = &guard; }
+  explicit GuardScope(Guard& guard) : m_guard(guard) { native_thread.takers.guard = &guard; }
   ~GuardScope() {
-    NativeThread& thread = native_thread;
-    thread.guard = m_guard.before.guard;
+    Takers& takers = native_thread.takers;
+    takers.guard = m_guard.before.guard;
     // A translator that was set inside, if only again, is still set.
-    if (thread.translator_guard == &m_guard) thread.translator_guard = thread.guard;
+    if (takers.translator.guard == &m_guard) takers.translator.guard = takers.guard;
   }
   GuardScope(const GuardScope&) = delete;
   GuardScope& operator=(const GuardScope&) = delete;
@@ -48,21 +47,35 @@ class GuardScope {
 }  // namespace
 
 bool OfferException(EXCEPTION_POINTERS& pointers) {
-  const NativeThread at_fault = native_thread;
-  NativeThread asked = at_fault;
+  const Takers at_fault = native_thread.takers;
+  Takers asked = at_fault;
   for (;;) {
-    if (asked.translator != nullptr && asked.translator_guard == asked.guard) {
-      asked.translator(pointers.ExceptionRecord->ExceptionCode, &pointers);
+    if (asked.translator.function != nullptr && asked.translator.guard == asked.guard) {
+      asked.translator.function(pointers.ExceptionRecord->ExceptionCode, &pointers);
     }
     Guard* const guard = asked.guard;
     if (guard == nullptr) return false;
-    LeaveGuard(*guard);  // a fault inside the filter is no business of this guard
+    // A fault inside the filter is no business of this guard.
+    native_thread.takers = guard->before;
     const int answer = guard->filter(&pointers, guard->context);
     if (answer == EXCEPTION_EXECUTE_HANDLER) longjmp(guard->place, 1);
-    native_thread = at_fault;
+    native_thread.takers = at_fault;
     if (answer == EXCEPTION_CONTINUE_EXECUTION) return true;
     asked = guard->before;
   }
+}
+
+TranslatorSetting SetTranslator(_se_translator_function translator) noexcept {
+  NativeThread& thread = native_thread;
+  if (translator != nullptr && !thread.is_ready) PrepareThread();
+  return std::exchange(thread.takers.translator, {translator, thread.takers.guard});
+}
+
+void RestoreTranslator(const TranslatorSetting& setting) noexcept {
+  Takers& takers = native_thread.takers;
+  takers.translator = setting;
+  // Set in a guarded call that has ended meanwhile.
+  if (!IsInside(setting.guard)) takers.translator.guard = takers.guard;
 }
 
 #define TESSELKIT_CONTEXT_OF_CALLER()                                       \
@@ -81,9 +94,9 @@ bool CallGuarded(void (*body)(void*), int (*filter)(EXCEPTION_POINTERS*, void*),
   Guard guard;
   guard.filter = filter;
   guard.context = context;
-  guard.before = native_thread;
+  guard.before = native_thread.takers;
   if (setjmp(guard.place) != 0) {
-    LeaveGuard(guard);
+    native_thread.takers = guard.before;
     return false;
   }
   const GuardScope scope(guard);
@@ -96,10 +109,7 @@ bool CallGuarded(void (*body)(void*), int (*filter)(EXCEPTION_POINTERS*, void*),
 using namespace tesselkit::platform;
 
 _se_translator_function _set_se_translator(_se_translator_function translator) noexcept {
-  NativeThread& thread = native_thread;
-  if (translator != nullptr && !thread.is_ready) PrepareThread();
-  thread.translator_guard = thread.guard;
-  return std::exchange(thread.translator, translator);
+  return SetTranslator(translator).function;
 }
 
 [[gnu::noinline]] void RaiseException(DWORD code, DWORD flags, DWORD count,

@@ -78,7 +78,17 @@ using _se_translator_function = void (*)(unsigned int code, EXCEPTION_POINTERS* 
 
 // Sets the calling thread's translator; null takes it away. Returns the one before, null at first.
 // A translator runs on the faulting thread, for faults on a stack of their own of 256 KiB. One that
-// returns has not taken the exception. A fault inside it is offered to whoever is set then.
+// returns has not taken the exception. A fault inside it is offered to whoever is set then; when
+// the translator is still set and that goes on until their stack is used up, the process ends.
+//
+// The first translator of a thread unblocks the signals that the faults come as. A thread that
+// blocks them later is ended, with the process, by its next fault.
+//
+// The lowest 64 KiB of a thread's stack (an eighth of a small one) are then kept back: they are for
+// the destructors and handlers of code whose stack has overflowed. They are kept back again when
+// the next translator is set or guarded call made well above them; of overflows before that only
+// those are sure to be survived that leave nothing to destroy near the stack's floor. What the
+// first thread's stack may grow to is asked for once.
 TESSELKIT_API _se_translator_function
 _set_se_translator(_se_translator_function translator) noexcept;
 
@@ -88,6 +98,20 @@ TESSELKIT_API void RaiseException(DWORD code, DWORD flags = 0, DWORD count = 0,
                                   const ULONG_PTR* parameters = nullptr);
 
 namespace tesselkit::platform {
+
+struct Guard;
+
+// A thread's translator, and the guarded call in which it was set: it is asked before that one.
+struct TranslatorSetting {
+  _se_translator_function function;
+  const Guard* guard;
+};
+
+// As _set_se_translator.
+TESSELKIT_API TranslatorSetting SetTranslator(_se_translator_function translator) noexcept;
+
+// Sets what SetTranslator returned, to be asked in the same turn as then.
+TESSELKIT_API void RestoreTranslator(const TranslatorSetting& setting) noexcept;
 
 // Where the caller is, for walks that begin there. Good until it returns.
 TESSELKIT_API CONTEXT CurrentContext() noexcept;

@@ -8,11 +8,15 @@ namespace tesselkit::platform {
 // A guarded call that is under way.
 struct Guard;
 
+// Who is to be asked.
+struct Takers {
+  TranslatorSetting translator;
+  Guard* guard;  // the innermost
+};
+
 struct NativeThread {
-  _se_translator_function translator;
-  Guard* translator_guard;  // the innermost guard when the translator was set
-  Guard* guard;             // the innermost
-  bool is_ready;            // has an alternate stack
+  Takers takers;
+  bool is_ready;  // has an alternate stack, and its stack's reserve closed
 };
 
 // At a fixed distance from the thread's pointer, so that a signal's handler finds it without

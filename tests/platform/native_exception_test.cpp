@@ -7,10 +7,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <thread>
+#include <vector>
 
+#include "tesselkit/platform/cstring.h"
 #include "tests/support/faulting_code.h"
 #include "tests/support/sanitized.h"
 
@@ -240,6 +245,186 @@ TEST_F(Signals, ThrowingLeavesMaskAndFloatingPointSettings) {
     EXPECT_EQ(sigismember(&before, signal), sigismember(&after, signal)) << signal;
   }
   _set_se_translator(nullptr);
+}
+
+struct Counts {
+  int begun = 0;
+  int ended = 0;
+};
+
+class Held {
+ public:
+  Held(const CString& text, Counts& counts) : m_text(text), m_counts(counts) { ++counts.begun; }
+  ~Held() {
+    if (m_text == "held") ++m_counts.ended;
+  }
+
+ private:
+  CString m_text;
+  Counts& m_counts;
+};
+
+void Dig(const CString& text, Counts& counts, int more);
+void (*volatile dig)(const CString&, Counts&, int) = Dig;
+
+[[gnu::noinline]] void Dig(const CString& text, Counts& counts, int more) {
+  test::TouchBelow(more);  // here it strikes, where nothing is half done
+  const Held held(text, counts);
+  if (more != 0) dig(text, counts, more - 1);
+  test::TouchBelow(more);
+}
+
+// Overflows the stack with something to destroy in every frame. Returns whether all of it was.
+bool CatchesOverflow() {
+  const CString text = "held";
+  Counts counts;
+  _set_se_translator(Throw);
+  int thrown = 0;
+  try {
+    dig(text, counts, -1);
+  } catch (int code) {
+    thrown = code;
+  }
+  return thrown == 0xFD && counts.begun > 100 && counts.ended == counts.begun;
+}
+
+bool CatchesOverflowsAndGoesOn() {
+  for (int time = 0; time < 3; ++time) {
+    if (!CatchesOverflow()) return false;
+  }
+  Counts counts;
+  dig("held", counts, 100);
+  return counts.ended == 101;
+}
+
+void* CatchOnThread(void* caught) {
+  *static_cast<bool*>(caught) = CatchesOverflowsAndGoesOn();
+  return nullptr;
+}
+
+// On a thread with that much stack, of the host's or at `memory`.
+bool CatchesOnThread(std::size_t stack, void* memory) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  if (memory != nullptr) {
+    pthread_attr_setstack(&attributes, memory, stack);
+  } else {
+    pthread_attr_setstacksize(&attributes, stack);
+  }
+  bool caught = false;
+  pthread_t thread;
+  if (pthread_create(&thread, &attributes, CatchOnThread, &caught) == 0) {
+    pthread_join(thread, nullptr);
+  }
+  pthread_attr_destroy(&attributes);
+  return caught;
+}
+
+TEST_F(Signals, AnOverflowsDestructorsRunAndTheStackIsUsableAgain) {
+  EXPECT_EQ(EndOf([] { _exit(CatchesOverflowsAndGoesOn() ? 100 : 1); }).signal, -100);
+  for (const std::size_t stack : {std::size_t{256} << 10, std::size_t{8} << 20}) {
+    // Twice, since a later thread gets the stack of one that has ended.
+    for (int time = 0; time < 2; ++time) {
+      EXPECT_EQ(EndOf([stack] { _exit(CatchesOnThread(stack, nullptr) ? 100 : 1); }).signal, -100);
+    }
+  }
+  const auto on_own_memory = [] {
+    static std::vector<char> memory(1 << 20);
+    const auto start = (reinterpret_cast<std::uintptr_t>(memory.data()) + 4095) & ~4095ul;
+    void* const stack = reinterpret_cast<void*>(start);
+    if (!CatchesOnThread(1 << 19, stack)) _exit(1);
+    std::fill(memory.begin(), memory.end(), 1);  // all of it is given back
+    _exit(100);
+  };
+  EXPECT_EQ(EndOf(on_own_memory).signal, -100);
+}
+
+// The lowest address of the calling thread's stack that can be used.
+char* StackFloor() {
+  pthread_attr_t attributes;
+  void* low = nullptr;
+  std::size_t size = 0, guard = 0;
+  pthread_getattr_np(pthread_self(), &attributes);
+  pthread_attr_getstack(&attributes, &low, &size);
+  pthread_attr_getguardsize(&attributes, &guard);
+  pthread_attr_destroy(&attributes);
+  return static_cast<char*>(low) + guard;
+}
+
+[[gnu::noinline]] void CallBelow(const char* end, void (*body)()) {
+  volatile char room[512];
+  room[0] = 0;
+  if (const_cast<const char*>(room) > end) {
+    CallBelow(end, body);
+  } else {
+    body();
+  }
+  calls = calls + room[0];
+}
+
+TEST_F(Signals, ATranslatorSetNearTheFloorOfTheStackLeavesItUsable) {
+  const auto steps = [] {
+    std::thread([] {
+      CallBelow(StackFloor() + 32 * 1024, [] {
+        _set_se_translator(Throw);
+        try {
+          test::DivideByZero(1);
+        } catch (int) {
+          calls = calls + 1;
+        }
+      });
+      if (calls != 1 || !CatchesOverflowsAndGoesOn()) _exit(1);
+    }).join();
+    _exit(100);
+  };
+  EXPECT_EQ(EndOf(steps).signal, -100);
+}
+
+TEST_F(Signals, AnOverflowThatNobodyTakesEndsTheProcess) {
+  const End end = EndOf([] {
+    _set_se_translator(Ignore);
+    test::OverflowStack(1);
+  });
+  EXPECT_EQ(end.signal, SIGSEGV);
+  EXPECT_TRUE(end.is_in_place);
+}
+
+void FaultAgain(unsigned int, EXCEPTION_POINTERS*) {
+  test::WriteToNull(1);
+}
+
+TEST_F(Signals, ATranslatorThatFaultsForEverEndsTheProcess) {
+  for (const test::Faulting fault : {test::WriteToNull, test::DivideByZero}) {
+    const End end = EndOf([fault] {
+      alarm(20);
+      _set_se_translator(FaultAgain);
+      fault(1);
+    });
+    EXPECT_EQ(end.signal, SIGSEGV);
+  }
+}
+
+TEST_F(Signals, AThreadThatBlocksThemTakesItsFaults) {
+  const auto steps = [] {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, nullptr);
+    std::thread([] {
+      for (const StrikeRow& row : kFaultRows) {
+        _set_se_translator(Throw);
+        try {
+          row.strike(1);
+        } catch (int) {
+          calls = calls + 1;
+        }
+      }
+      sigset_t now;
+      pthread_sigmask(SIG_SETMASK, nullptr, &now);
+      if (!sigismember(&now, SIGUSR1)) _exit(1);
+    }).join();
+    _exit(calls == std::ssize(kFaultRows) ? 100 : 2);
+  };
+  EXPECT_EQ(EndOf(steps).signal, -100);
 }
 
 #ifdef __x86_64__

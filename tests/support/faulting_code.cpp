@@ -108,6 +108,12 @@ __attribute__((noinline, no_sanitize("address", "thread", "undefined"))) void Ov
   kept = room[number & 255];
 }
 
+TEST_UNCHECKED void TouchBelow(int number) {
+  volatile char room[1024];
+  room[0] = 1;
+  kept = room[number & 0] + number;
+}
+
 __attribute__((noinline)) void CallFromDepth(int depth, void (*function)(void*), void* context) {
   if (depth > 0) {
     CallFromDepth(depth - 1, function, context);
