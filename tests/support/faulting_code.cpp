@@ -109,7 +109,7 @@ __attribute__((noinline, no_sanitize("address", "thread", "undefined"))) void Ov
 }
 
 TEST_UNCHECKED void TouchBelow(int number) {
-  volatile char room[1024];
+  volatile char room[256];
   room[0] = 1;
   kept = room[number & 0] + number;
 }

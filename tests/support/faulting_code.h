@@ -20,7 +20,7 @@ void ReadPastFileEnd(int number);
 void ReadUnaligned(int number);  // on x86-64 with its check for that; elsewhere as on a bus error
 void OverflowStack(int number);
 
-// Uses a kilobyte of the stack, which may fault.
+// Uses 256 bytes of the stack, which may fault.
 void TouchBelow(int number);
 
 void Divide(double a, double b);
