@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <barrier>
+#include <memory>
 #include <regex>
 #include <thread>
 #include <vector>
@@ -358,6 +359,30 @@ TEST_F(NativeExceptions, TheGuardOrTranslatorSetLastIsAskedFirst) {
   EXPECT_EQ(ThrownInt([] { RunGuarded(outer); }), 0x94);  // before both
   EXPECT_EQ(inner.asked * 10 + outer.asked, 0);
   EXPECT_EQ(ThrownInt([] { test::DivideByZero(1); }), 0x94);  // still set
+}
+
+TEST_F(NativeExceptions, ReportsAndNestedConvertersLeaveTheTurnAsItWas) {
+  static Guarded guarded;
+  const AdExceptionConverter outer(RememberAndThrow);
+  guarded = {[] {
+               CString stack;
+               AdLookupCallStack(stack);
+               { const AdExceptionConverter nested; }
+               test::DivideByZero(1);
+             },
+             EXCEPTION_EXECUTE_HANDLER, 0};
+  EXPECT_EQ(ThrownInt([] { RunGuarded(guarded); }), -1);
+  EXPECT_EQ(guarded.asked, 1);
+
+  // One that ends later than the guarded call in which it was made.
+  static std::unique_ptr<AdExceptionConverter> late;
+  guarded.body = [] {
+    _set_se_translator(RememberAndThrow);
+    late = std::make_unique<AdExceptionConverter>(nullptr);
+  };
+  RunGuarded(guarded);
+  late.reset();
+  EXPECT_EQ(ThrownInt([] { test::DivideByZero(1); }), 0x94);
 }
 
 TEST_F(NativeExceptions, ACallStackBeginsHereAndHasNoHeader) {

@@ -227,6 +227,59 @@ TEST_F(Signals, AThreadsAlternateStackGoesWithIt) {
   }).join();
 }
 
+TEST_F(Signals, AnAlternateStackThatWasSetLaterStays) {
+  static char own[32768];
+  std::thread([] {
+    struct Last {
+      ~Last() {
+        stack_t at_end = {};
+        sigaltstack(nullptr, &at_end);
+        EXPECT_EQ(at_end.ss_sp, own);
+        at_end.ss_flags = SS_DISABLE;
+        sigaltstack(&at_end, nullptr);
+      }
+      int number = 0;
+    };
+    thread_local Last last;
+    last.number = 1;
+    _set_se_translator(Throw);
+    const stack_t mine = {own, 0, sizeof own};
+    ASSERT_EQ(sigaltstack(&mine, nullptr), 0);
+  }).join();
+}
+
+// Whether a read from a pipe goes on when `signal` is sent to its thread.
+bool ReadGoesOn(int signal) {
+  int ends[2];
+  if (pipe(ends) != 0) return false;
+  const pthread_t reader = pthread_self();
+  std::thread sender([&] {
+    usleep(20'000);
+    pthread_kill(reader, signal);
+    usleep(20'000);
+    if (write(ends[1], "x", 1) != 1) _exit(3);
+  });
+  char byte = 0;
+  const bool has_read = read(ends[0], &byte, 1) == 1;
+  sender.join();
+  return has_read;
+}
+
+TEST_F(Signals, WhatIsSentInterruptsCallsAsItDidBefore) {
+  for (const int flags : {0, SA_RESTART}) {
+    const auto steps = [flags] {
+      struct sigaction action = {};
+      action.sa_flags = flags;
+      action.sa_handler = [](int) {};
+      sigaction(SIGSEGV, &action, nullptr);
+      std::signal(SIGBUS, SIG_IGN);
+      _set_se_translator(Throw);
+      _exit(100 + ReadGoesOn(SIGSEGV) + 2 * ReadGoesOn(SIGBUS));
+    };
+    EXPECT_EQ(EndOf(steps).signal, flags == 0 ? -102 : -103);
+  }
+}
+
 TEST_F(Signals, ThrowingLeavesMaskAndFloatingPointSettings) {
   _set_se_translator(Throw);
   sigset_t before, after;
