@@ -79,10 +79,10 @@ char* CopyOf(const char* text) {
   return static_cast<char*>(std::memcpy(copy, text, size));
 }
 
-[[noreturn]] void ThrowOMException(const CString& text, const char* source) {
+AdOMException* MakeOMException(const CString& text, const char* source) {
   auto* const exception = new (std::nothrow) AdOMException(text, source);
   if (exception == nullptr) AfxThrowMemoryException();
-  throw exception;
+  return exception;
 }
 
 using TextSetter = HRESULT (ICreateErrorInfo::*)(LPOLESTR);
@@ -140,14 +140,18 @@ void AdRethrowAsOleDispatchException(CException* e) {
 }
 
 void AdRethrowPaExceptAsOMException(PaMsgException* e, char* source) {
-  const Owned<PaMsgException> owned(e);  // until the source is copied, which may lie in it
-  ThrowOMException(FirstMessageOf(e).text, source);
+  Owned<PaMsgException> owned(e);  // until the source is copied, which may lie in it
+  AdOMException* const converted = MakeOMException(FirstMessageOf(e).text, source);
+  owned.reset();
+  throw converted;
 }
 
 void AdRethrowAsOMException(CException* e, char* source) {
   if (auto* failure = AsFailure(e)) AdRethrowPaExceptAsOMException(failure, source);
-  const Owned<CException> owned(e);
-  ThrowOMException(ErrorText(e), source);
+  Owned<CException> owned(e);
+  AdOMException* const converted = MakeOMException(ErrorText(e), source);
+  owned.reset();
+  throw converted;
 }
 
 void AdSetExceptionAsErrorInfo(CException* e) {

@@ -182,9 +182,13 @@ const char* ExceptionCodeName(DWORD code, ExceptionNameBuffer& buffer) {
   return buffer.data();
 }
 
-void WriteReport(AdExceptionReport& report, const EXCEPTION_RECORD* record,
-                 const CONTEXT& context) {
-  if (record != nullptr) WriteHeader(report, *record);
+void WriteReport(AdExceptionReport& report, const EXCEPTION_POINTERS& pointers) {
+  if (pointers.ExceptionRecord == nullptr || pointers.ContextRecord == nullptr) return;
+  WriteHeader(report, *pointers.ExceptionRecord);
+  WriteFrames(report, *pointers.ContextRecord);
+}
+
+void WriteFrames(AdExceptionReport& report, const CONTEXT& context) {
   if (platform::LoadDebugHelp()) {
     report.Add("Address   Frame\n");
     SymbolFrames frames(report);

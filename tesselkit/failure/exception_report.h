@@ -23,8 +23,11 @@ using ExceptionNameBuffer = std::array<char, 512>;
 // has been given, empty before the first. Takes no lock and no memory.
 const char* ExceptionCodeName(DWORD code, ExceptionNameBuffer& buffer);
 
-// Writes the lines about the exception, unless `record` is null, and the frames. May fault where
-// the record's and the context's pointers are wrong.
-void WriteReport(AdExceptionReport& report, const EXCEPTION_RECORD* record, const CONTEXT& context);
+// Writes the lines about the exception and the frames; nothing when either is missing. May fault
+// where pointers are wrong.
+void WriteReport(AdExceptionReport& report, const EXCEPTION_POINTERS& pointers);
+
+// Writes the frames of the calling thread from `context` on.
+void WriteFrames(AdExceptionReport& report, const CONTEXT& context);
 
 }  // namespace tesselkit::failure

@@ -87,8 +87,10 @@ class ErrorObject final : public ICreateErrorInfo, public IErrorInfo {
 };
 
 struct ErrorOfThread {
+  // An object that ends may ask for the thread's again.
   ~ErrorOfThread() {
-    if (error != nullptr) error->Release();
+    IErrorInfo* const last = std::exchange(error, nullptr);
+    if (last != nullptr) last->Release();
   }
   IErrorInfo* error = nullptr;
 };

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <new>
 #include <string_view>
 
 #include "tesselkit/platform/exceptions.h"
@@ -71,7 +72,8 @@ Library* FindOrMakeLibrary(std::string_view file) {
   Library* found = libraries;
   while (found != nullptr && found->file != file) found = found->next;
   if (found == nullptr) {
-    found = new Library(file);
+    found = new (std::nothrow) Library(file);
+    if (found == nullptr) AfxThrowMemoryException();
     found->next = libraries;
     libraries = found;
   }
@@ -101,7 +103,7 @@ const UnwindEntries* LoadEntries(const char* file) {
       LoadEntry(library, TESSELKIT_UNWIND_PREFIX "get_reg", found.get_register) &&
       LoadEntry(library, TESSELKIT_UNWIND_PREFIX "get_save_loc", found.get_save_location) &&
       LoadEntry(library, TESSELKIT_UNWIND_PREFIX "is_signal_frame", found.is_signal_frame);
-  if (has_all) return new UnwindEntries(found);
+  if (has_all) return new (std::nothrow) UnwindEntries(found);
   dlclose(library);
   return nullptr;
 }

@@ -459,12 +459,19 @@ TEST_F(NativeExceptions, AReportNeverFaultsOutOfBadPointers) {
   record.ExceptionCode = EXCEPTION_GUARD_PAGE;
   CONTEXT context{};
   auto* const wild = reinterpret_cast<EXCEPTION_RECORD*>(0x10);
-  for (EXCEPTION_POINTERS pointers :
-       {EXCEPTION_POINTERS{wild, &context}, {&record, reinterpret_cast<CONTEXT*>(0x10)}}) {
+  const EXCEPTION_POINTERS bad[] = {{wild, &context},
+                                    {&record, reinterpret_cast<CONTEXT*>(0x10)},
+                                    {nullptr, &context},
+                                    {&record, nullptr},
+                                    {nullptr, nullptr}};
+  for (EXCEPTION_POINTERS pointers : bad) {
     stack = "before";
     AdLookupCallStack(stack, &pointers);
     EXPECT_EQ(stack, "");
   }
+  stack = "before";
+  AdLookupCallStack(stack, reinterpret_cast<EXCEPTION_POINTERS*>(0x10));
+  EXPECT_EQ(stack, "");
   const std::string header =
       "Exception code: 80000001 GUARD_PAGE\nFault address:  00000000 00:00000000 \n";
   char local[64] = {};

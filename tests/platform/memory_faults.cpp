@@ -16,8 +16,10 @@ namespace {
 
 constinit thread_local int requests_left = 0;  // the one that makes it 0 is refused
 constinit thread_local bool was_refused = false;
+constinit thread_local bool are_all_refused_then = false;
 
 void* Request(std::size_t size) noexcept {
+  if (was_refused && are_all_refused_then) return nullptr;
   if (requests_left == 0 || --requests_left > 0) return std::malloc(size > 0 ? size : 1);
   was_refused = true;
   return nullptr;
@@ -336,6 +338,52 @@ TEST(MemoryFaults, AReportThatCannotBeMadeIsEmpty) {
     }
   } while (was_refused && number < 500);
   EXPECT_TRUE(number > 1 && number < 500) << number;
+}
+
+// The text of the dispatch exception that a native one becomes, null for none.
+const char* ConvertedText(CString& text) {
+  const AdExceptionConverter converter;
+  try {
+    RaiseException(7);
+  } catch (COleDispatchException* exception) {
+    requests_left = 0;
+    are_all_refused_then = false;
+    const bool is_known = exception->m_wCode == 18004;
+    text = exception->m_strDescription;
+    exception->Delete();
+    return is_known ? text.View().data() : nullptr;
+  }
+  return nullptr;
+}
+
+// 0 for no text, 1 for the head alone, 2 with the report; 3 for anything else.
+unsigned PartsOf(const CString& text) {
+  const CString head = "A Windows native exception occurred.  Exception ID and stack trace:\n";
+  if (text == "" || text == head) return text == "" ? 0 : 1;
+  const bool is_whole = text.Find(head + "Exception code: 00000007 \n") == 0 &&
+                        text.Find("\nAddress   Frame\n") > 0 && text.Right(2) == "\n\n";
+  return is_whole ? 2 : 3;
+}
+
+TEST(MemoryFaults, ANativeExceptionIsConvertedAllTheSame) {
+  CString text;
+  ASSERT_NE(ConvertedText(text), nullptr);
+  for (const bool are_all : {false, true}) {
+    int number = 0;
+    unsigned parts = 0;
+    bool had[4] = {};
+    do {
+      text.Empty();
+      const char* converted = nullptr;
+      are_all_refused_then = are_all;
+      EXPECT_FALSE(EndsWithoutMemory(++number, [&] { converted = ConvertedText(text); }));
+      ASSERT_NE(converted, nullptr) << number;
+      parts = PartsOf(text);
+      ASSERT_LT(parts, 3u) << text;
+      had[parts] = true;
+    } while (parts < 2 && number < 500);
+    EXPECT_TRUE(had[0] && had[1] && had[2]) << number;
+  }
 }
 
 TEST(MemoryFaults, AWatchWithoutAThreadIsStopped) {
