@@ -58,6 +58,7 @@ struct Library {
 
   Text file;
   std::atomic<const UnwindEntries*> entries{nullptr};
+  std::atomic<bool> is_missing{false};  // when it was looked for since it was set
   Library* next = nullptr;
 };
 
@@ -151,52 +152,55 @@ class Walk {
     if (context.HostContext != nullptr) {
       m_host = *static_cast<const ucontext_t*>(context.HostContext);
     }
-    m_at = {context.InstructionPointer, context.StackPointer, context.FramePointer};
+    MoveTo({context.InstructionPointer, context.StackPointer, context.FramePointer});
   }
 
-  const FrameRegisters& At() const { return m_at; }
+  const FrameRegisters& At() const { return m_place.at; }
 
   // Where the frame pointer of the frame before the last step points, or would.
   ULONG_PTR FrameBefore() const {
 #ifdef __x86_64__
-    return m_at.stack_pointer - 2 * sizeof(ULONG_PTR);
+    return At().stack_pointer - 2 * sizeof(ULONG_PTR);
 #else
     return m_frame_before;
 #endif
   }
 
   bool Step() {
-    m_frame_before = m_at.frame_pointer;
+    m_frame_before = At().frame_pointer;
     return StepByRule() || StepWithLibrary();
   }
 
  private:
+  void MoveTo(const FrameRegisters& at) { m_place = {at, FindModule(at.program_counter)}; }
+
   bool StepByRule() {
-    FrameRegisters next;
-    if (m_is_exact || !FollowRule(m_at, m_reader, next)) return false;
-    m_at = next;
+    Place next;
+    if (m_is_exact || !FollowRule(m_place, m_reader, next)) return false;
+    m_place = next;
     m_has_cursor = false;
     return true;
   }
 
   bool StepWithLibrary() {
     if (!m_has_cursor && !BeginHere()) return false;
-    const FrameRegisters from = m_at;
+    const Place from = m_place;
     const bool is_signal = m_cursor.IsSignalFrame();
     // The library reads the stack as it finds it.
-    if (!m_reader.IsOnStack(from.stack_pointer) || !m_cursor.Step()) return false;
-    m_at = m_cursor.Registers();
-    if (m_at.program_counter == 0) return false;
-    if (!is_signal && m_at.stack_pointer <= from.stack_pointer) return false;
+    if (!m_reader.IsOnStack(from.at.stack_pointer) || !m_cursor.Step()) return false;
+    const FrameRegisters next = m_cursor.Registers();
+    if (next.program_counter == 0) return false;
+    if (!is_signal && next.stack_pointer <= from.at.stack_pointer) return false;
+    MoveTo(next);
     if (!is_signal && !m_is_exact) {
-      LearnRule(from, m_at, m_cursor.SavedFramePointerAt(), m_reader);
+      LearnRule(from, next, m_cursor.SavedFramePointerAt(), m_reader);
     }
     m_is_exact = is_signal;
     return true;
   }
 
   bool BeginHere() {
-    WriteRegisters(&m_host, m_at);
+    WriteRegisters(&m_host, At());
     m_has_cursor = m_cursor.Begin(m_host, m_is_exact);
     return m_has_cursor;
   }
@@ -204,7 +208,7 @@ class Walk {
   Cursor m_cursor;
   StackReader m_reader;
   ucontext_t m_host = {};
-  FrameRegisters m_at = {};
+  Place m_place = {};
   ULONG_PTR m_frame_before = 0;
   bool m_is_exact;
   bool m_has_cursor = false;
@@ -214,6 +218,7 @@ class Walk {
 
 void SetDebugHelpLibrary(const char* file) {
   Library* const library = FindOrMakeLibrary(file != nullptr ? file : kDefaultLibrary);
+  library->is_missing.store(false);
   wanted.store(library, std::memory_order_release);
 }
 
@@ -221,7 +226,10 @@ bool LoadDebugHelp() noexcept {
   try {
     Library& library = WantedLibrary();
     if (library.entries.load(std::memory_order_acquire) != nullptr) return true;
+    // Looking again would take the loader's lock where a fault is being dealt with.
+    if (library.is_missing.load()) return false;
     const UnwindEntries* const found = LoadEntries(library.file.c_str());
+    library.is_missing.store(found == nullptr);
     const UnwindEntries* other = nullptr;
     if (!library.entries.compare_exchange_strong(other, found, std::memory_order_acq_rel)) {
       delete found;  // another thread was faster

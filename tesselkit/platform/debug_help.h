@@ -12,7 +12,8 @@ namespace tesselkit::platform {
 // stays loaded.
 TESSELKIT_API void SetDebugHelpLibrary(const char* file);
 
-// Loads the library if need be. False when there is none of that name or it lacks something.
+// Loads the library if need be. False when there is none of that name or it lacks something, which
+// is then remembered until the library is set again.
 TESSELKIT_API bool LoadDebugHelp() noexcept;
 
 struct StackFrame {

@@ -21,9 +21,11 @@
 #include "tesselkit/platform/fault_codes.h"
 #include "tesselkit/platform/foreign_memory.h"
 #include "tesselkit/platform/host_context.h"
+#include "tesselkit/platform/module.h"
 #include "tesselkit/platform/module_symbols.h"
 #include "tesselkit/platform/native_thread.h"
 #include "tesselkit/platform/stack_room.h"
+#include "tesselkit/platform/string_table.h"
 
 using namespace tesselkit::platform;
 
@@ -237,6 +239,7 @@ void LoadAhead() {
   LoadDebugHelp();
   try {
     CString().LoadString(1);
+    HasStringTable(ProgramModule());  // where a state has no module of its own
   } catch (CException* exception) {
     exception->Delete();
   }

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "tesselkit/platform/foreign_memory.h"
+#include "tesselkit/platform/mapped_file.h"
 
 namespace tesselkit::platform {
 namespace {
@@ -217,11 +218,14 @@ class ModuleRecord {
     // The program's file is found there also after it has been replaced.
     constexpr char kProgram[] = "/proc/self/exe";
     if (IsProgram()) {
-      const ssize_t length = readlink(kProgram, m_program_path, sizeof m_program_path - 1);
-      m_program_path[std::max<ssize_t>(length, 0)] = '\0';
+      const ssize_t length = readlink(kProgram, m_found_path, sizeof m_found_path - 1);
+      m_found_path[std::max<ssize_t>(length, 0)] = '\0';
+    } else if (*m_loader_name != '/') {
+      // Relative to where the process once was.
+      FindMappedFile(found.start, m_found_path, sizeof m_found_path);
     }
     ReadSegments(found);
-    if (!Path().empty()) m_symbols = SymbolIndex(IsProgram() ? kProgram : m_loader_name);
+    if (!Path().empty()) m_symbols = SymbolIndex(IsProgram() ? kProgram : PathText());
   }
 
   bool Is(const Found& found) const noexcept {
@@ -229,7 +233,7 @@ class ModuleRecord {
   }
 
   std::string_view Path() const noexcept {
-    const char* const path = IsProgram() ? m_program_path : m_loader_name;
+    const char* const path = PathText();
     return *path == '/' ? path : "";
   }
 
@@ -252,6 +256,9 @@ class ModuleRecord {
 
  private:
   bool IsProgram() const noexcept { return *m_loader_name == '\0'; }
+  const char* PathText() const noexcept {
+    return *m_loader_name == '/' ? m_loader_name : m_found_path;
+  }
 
   // Tells modules apart that come from one path, one after the other.
   static std::uintptr_t DynamicOf(const Found& found) noexcept {
@@ -272,7 +279,7 @@ class ModuleRecord {
 
   std::uintptr_t m_dynamic;
   char m_loader_name[PATH_MAX] = "";
-  char m_program_path[PATH_MAX] = "";
+  char m_found_path[PATH_MAX] = "";  // where the loader's name is no path
   SegmentHeader m_segments[kMaxSegments];
   unsigned m_segment_count = 0;
   SymbolIndex m_symbols;

@@ -4,8 +4,6 @@
 #include <atomic>
 #include <cstdint>
 
-#include "tesselkit/platform/module_symbols.h"
-
 namespace tesselkit::platform {
 
 #ifdef __x86_64__
@@ -43,7 +41,7 @@ Rule Unpacked(std::uint64_t packed) {
           static_cast<unsigned>(packed >> 48 & kMostSaved)};
 }
 
-// The place is kept mixed with the rule, so that halves of two entries are no entry.
+// The key of the place is kept mixed with the rule, so that halves of two entries are no entry.
 struct Entry {
   std::atomic<std::uint64_t> mixed;
   std::atomic<std::uint64_t> rule;
@@ -52,14 +50,22 @@ struct Entry {
 constexpr std::size_t kEntryCount = 2048;
 constinit std::array<Entry, kEntryCount> entries{};
 
-Entry& EntryOf(ULONG_PTR place) {
-  return entries[place * 0x9E3779B97F4A7C15u >> 53];
+constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15u;
+
+// A module's record is never given up, so its address stands for it alone.
+std::uint64_t KeyOf(const Place& place) {
+  const auto record = reinterpret_cast<std::uintptr_t>(place.module.record);
+  return place.at.program_counter - place.module.base + record * kSpread;
 }
 
-bool FindRule(ULONG_PTR place, Rule& rule) {
-  const Entry& entry = EntryOf(place);
+Entry& EntryOf(std::uint64_t key) {
+  return entries[key * kSpread >> 53];
+}
+
+bool FindRule(std::uint64_t key, Rule& rule) {
+  const Entry& entry = EntryOf(key);
   const std::uint64_t packed = entry.rule.load(std::memory_order_relaxed);
-  if (packed == 0 || (entry.mixed.load(std::memory_order_relaxed) ^ packed) != place) return false;
+  if (packed == 0 || (entry.mixed.load(std::memory_order_relaxed) ^ packed) != key) return false;
   rule = Unpacked(packed);
   return true;
 }
@@ -88,22 +94,25 @@ unsigned BaseAfter(const Rule& earlier, const FrameRegisters& at, ULONG_PTR end)
 
 }  // namespace
 
-bool FollowRule(const FrameRegisters& at, StackReader& reader, FrameRegisters& next) noexcept {
+bool FollowRule(const Place& from, StackReader& reader, Place& next) noexcept {
   Rule rule;
   ULONG_PTR end = 0;
-  if (!FindRule(at.program_counter, rule) || !FindEnd(rule, at, end)) return false;
-  if (end <= at.stack_pointer) return false;
-  next = {0, end, at.frame_pointer};
-  if (!reader.ReadWords(end - kWord, &next.program_counter, 1)) return false;
+  if (!from.module || !FindRule(KeyOf(from), rule) || !FindEnd(rule, from.at, end)) return false;
+  if (end <= from.at.stack_pointer) return false;
+  next.at = {0, end, from.at.frame_pointer};
+  if (!reader.ReadWords(end - kWord, &next.at.program_counter, 1)) return false;
   if (rule.saved_below > 0 &&
-      !reader.ReadWords(end - rule.saved_below * kWord, &next.frame_pointer, 1)) {
+      !reader.ReadWords(end - rule.saved_below * kWord, &next.at.frame_pointer, 1)) {
     return false;
   }
-  return static_cast<bool>(FindModule(next.program_counter));
+  next.module = FindModule(next.at.program_counter);
+  return static_cast<bool>(next.module);
 }
 
-void LearnRule(const FrameRegisters& at, const FrameRegisters& next, ULONG_PTR saved_at,
+void LearnRule(const Place& from, const FrameRegisters& next, ULONG_PTR saved_at,
                StackReader& reader) noexcept {
+  if (!from.module) return;
+  const FrameRegisters& at = from.at;
   const ULONG_PTR end = next.stack_pointer;
   ULONG_PTR return_address = 0;
   if (!reader.ReadWords(end - kWord, &return_address, 1)) return;
@@ -116,7 +125,7 @@ void LearnRule(const FrameRegisters& at, const FrameRegisters& next, ULONG_PTR s
   if (from_stack > kMostWords || saved_below > kMostSaved) return;
   unsigned base = Rule::kEither;
   Rule earlier;
-  if (FindRule(at.program_counter, earlier)) base = BaseAfter(earlier, at, end);
+  if (FindRule(KeyOf(from), earlier)) base = BaseAfter(earlier, at, end);
   const bool is_frame_far =
       from_frame > kMostWords || from_frame < -kMostWords || (end - at.frame_pointer) % kWord != 0;
   if (is_frame_far) {
@@ -126,18 +135,18 @@ void LearnRule(const FrameRegisters& at, const FrameRegisters& next, ULONG_PTR s
   const std::uint64_t packed =
       Packed({base, static_cast<std::int32_t>(from_stack), static_cast<std::int32_t>(from_frame),
               static_cast<unsigned>(saved_below)});
-  Entry& entry = EntryOf(at.program_counter);
+  Entry& entry = EntryOf(KeyOf(from));
   entry.rule.store(packed, std::memory_order_relaxed);
-  entry.mixed.store(packed ^ at.program_counter, std::memory_order_relaxed);
+  entry.mixed.store(packed ^ KeyOf(from), std::memory_order_relaxed);
 }
 
 #else
 
-bool FollowRule(const FrameRegisters&, StackReader&, FrameRegisters&) noexcept {
+bool FollowRule(const Place&, StackReader&, Place&) noexcept {
   return false;
 }
 
-void LearnRule(const FrameRegisters&, const FrameRegisters&, ULONG_PTR, StackReader&) noexcept {}
+void LearnRule(const Place&, const FrameRegisters&, ULONG_PTR, StackReader&) noexcept {}
 
 #endif
 
