@@ -94,6 +94,17 @@ bool LoadEntry(void* library, const char* name, Function*& entry) {
   return entry != nullptr;
 }
 
+// What it remembers of addresses outlives the modules there, and is kept under a lock.
+void TurnOffCache(void* library) {
+  void (*set_policy)(void* space, int policy) = nullptr;
+  void** const space =
+      static_cast<void**>(dlsym(library, TESSELKIT_UNWIND_PREFIX "local_addr_space"));
+  if (space == nullptr) return;
+  if (LoadEntry(library, TESSELKIT_UNWIND_PREFIX "set_caching_policy", set_policy)) {
+    set_policy(*space, 0);
+  }
+}
+
 const UnwindEntries* LoadEntries(const char* file) {
   void* const library = dlopen(file, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) return nullptr;
@@ -104,9 +115,12 @@ const UnwindEntries* LoadEntries(const char* file) {
       LoadEntry(library, TESSELKIT_UNWIND_PREFIX "get_reg", found.get_register) &&
       LoadEntry(library, TESSELKIT_UNWIND_PREFIX "get_save_loc", found.get_save_location) &&
       LoadEntry(library, TESSELKIT_UNWIND_PREFIX "is_signal_frame", found.is_signal_frame);
-  if (has_all) return new (std::nothrow) UnwindEntries(found);
-  dlclose(library);
-  return nullptr;
+  if (!has_all) {
+    dlclose(library);
+    return nullptr;
+  }
+  TurnOffCache(library);
+  return new (std::nothrow) UnwindEntries(found);
 }
 
 // A cursor of the library, which it lays out as it likes within this size.
@@ -172,7 +186,9 @@ class Walk {
   }
 
  private:
-  void MoveTo(const FrameRegisters& at) { m_place = {at, FindModule(at.program_counter)}; }
+  void MoveTo(const FrameRegisters& at) {
+    m_place = {at, FindModule(at.program_counter)};
+  }
 
   bool StepByRule() {
     Place next;

@@ -1,8 +1,8 @@
 // How to go from a frame to its caller's, as learnt from an earlier walk: for code that has been
 // compiled, the way depends on the place alone.
 //
-// A place is known by its module and where it lies there: what is loaded to the same address later is
-// another.
+// A place is known by its module and where it lies there: what is loaded to the same address later
+// is another.
 //
 // The rules are the process's; they take no lock, and are right or missing, never half there. Only
 // for processors whose calls put the return address on the stack; elsewhere there are none.

@@ -1,7 +1,11 @@
 #include "tesselkit/failure/native_exceptions.h"
 
+#include <dlfcn.h>
+#include <link.h>
+
 #include <algorithm>
 #include <barrier>
+#include <filesystem>
 #include <memory>
 #include <regex>
 #include <thread>
@@ -22,6 +26,7 @@ extern "C" const char* __tsan_default_suppressions() {
 namespace {
 
 using tesselkit::platform::CallGuarded;
+using tesselkit::platform::LoadDebugHelp;
 using tesselkit::platform::SetDebugHelpLibrary;
 
 const std::string kHead = "A Windows native exception occurred.  Exception ID and stack trace:\n";
@@ -487,6 +492,23 @@ TEST_F(NativeExceptions, AReportNeverFaultsOutOfBadPointers) {
       TakeTraces();
     }
   }
+}
+
+TEST_F(NativeExceptions, ALibraryThatIsMissingIsNotLookedForAgainUntilItIsSet) {
+  const std::filesystem::path file = std::filesystem::path(testing::TempDir()) / "walks.so";
+  std::filesystem::remove(file);
+  SetDebugHelpLibrary(file.c_str());
+  EXPECT_FALSE(LoadDebugHelp());
+  void* const library = dlopen("libunwind.so.8", RTLD_NOW);
+  ASSERT_NE(library, nullptr);
+  link_map* map = nullptr;
+  ASSERT_EQ(dlinfo(library, RTLD_DI_LINKMAP, &map), 0);
+  std::filesystem::create_symlink(map->l_name, file);
+  EXPECT_FALSE(LoadDebugHelp());
+  SetDebugHelpLibrary(file.c_str());
+  EXPECT_TRUE(LoadDebugHelp());
+  std::filesystem::remove(file);
+  dlclose(library);
 }
 
 TEST_F(NativeExceptions, MessagesMayBeMissing) {
