@@ -26,6 +26,7 @@
 #include "tesselkit/platform/native_thread.h"
 #include "tesselkit/platform/stack_room.h"
 #include "tesselkit/platform/string_table.h"
+#include "tesselkit/platform/struck_frame.h"
 
 using namespace tesselkit::platform;
 
@@ -117,9 +118,31 @@ CONTEXT ContextOf(void* host) {
   return {at.program_counter, at.stack_pointer, at.frame_pointer, host};
 }
 
+// The registers that an adjustment may change.
+class SavedRegisters {
+ public:
+  explicit SavedRegisters(void* host) : m_frame(ReadRegisters(host)) {
+    for (std::size_t i = 0; i < kCount; ++i) m_kept[i] = KeptRegister(host, kKeptRegisters[i]);
+  }
+
+  const FrameRegisters& Frame() const { return m_frame; }
+
+  void Restore(void* host) const {
+    WriteRegisters(host, m_frame);
+    for (std::size_t i = 0; i < kCount; ++i) KeptRegister(host, kKeptRegisters[i]) = m_kept[i];
+  }
+
+ private:
+  static constexpr std::size_t kCount = std::size(kKeptRegisters);
+
+  FrameRegisters m_frame;
+  HostWord m_kept[kCount];
+};
+
 // Puts the thread where its unwinding is to begin. A jump that led nowhere has no frame of its own,
 // and a breakpoint lies behind it.
 void Adjust(void* host, const HostFault& fault, const EXCEPTION_RECORD& record) {
+  if (record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) return LeaveFrameWithoutHandlers(host);
   FrameRegisters at = ReadRegisters(host);
   if (IsJumpToNowhere(fault, ContextOf(host))) {
     const ULONG_PTR caller = CallerOf(host);
@@ -143,7 +166,8 @@ bool OfferOverflow(EXCEPTION_POINTERS& pointers) {
 
 // Returns whether the thread is to go on.
 bool OfferFault(const siginfo_t& info, void* host) {
-  const FrameRegisters at_fault = ReadRegisters(host);
+  const SavedRegisters saved(host);
+  const FrameRegisters& at_fault = saved.Frame();
   const HostFault fault{info.si_signo, info.si_code, reinterpret_cast<ULONG_PTR>(info.si_addr),
                         IsWriteFault(host)};
   unsigned char instruction[16];
@@ -160,7 +184,7 @@ bool OfferFault(const siginfo_t& info, void* host) {
   TakeFloatingPointSettings(host);
   const bool is_overflow = record.ExceptionCode == EXCEPTION_STACK_OVERFLOW;
   const bool goes_on = is_overflow ? OfferOverflow(pointers) : OfferException(pointers);
-  WriteRegisters(host, at_fault);
+  saved.Restore(host);
   return goes_on;
 }
 

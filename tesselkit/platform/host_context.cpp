@@ -35,6 +35,11 @@ void WriteRegisters(void* host, const FrameRegisters& registers) noexcept {
   target[REG_RBP] = static_cast<greg_t>(registers.frame_pointer);
 }
 
+HostWord& KeptRegister(void* host, int number) noexcept {
+  auto& registers = Machine(host).gregs;
+  return number == kKeptRegisters[0] ? registers[REG_RBX] : registers[REG_R12 + number - 12];
+}
+
 ULONG_PTR CallerOf(const void* host) noexcept {
   ULONG_PTR caller = 0;
   return ReadForeign(ReadRegisters(host).stack_pointer, &caller, sizeof caller) ? caller : 0;
@@ -79,6 +84,10 @@ void WriteRegisters(void* host, const FrameRegisters& registers) noexcept {
   machine.pc = registers.program_counter;
   machine.sp = registers.stack_pointer;
   machine.regs[29] = registers.frame_pointer;
+}
+
+HostWord& KeptRegister(void* host, int number) noexcept {
+  return Machine(host).regs[number];
 }
 
 ULONG_PTR CallerOf(const void* host) noexcept {

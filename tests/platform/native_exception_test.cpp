@@ -317,8 +317,8 @@ class Held {
   Counts& m_counts;
 };
 
-void Dig(const CString& text, Counts& counts, int more);
-void (*volatile dig)(const CString&, Counts&, int) = Dig;
+using Digging = void (*)(const CString& text, Counts& counts, int more);
+extern const volatile Digging dig, dig_unawares;
 
 [[gnu::noinline]] void Dig(const CString& text, Counts& counts, int more) {
   test::TouchBelow(more);  // here it strikes, where nothing is half done
@@ -327,6 +327,14 @@ void (*volatile dig)(const CString&, Counts&, int) = Dig;
   test::TouchBelow(more);
 }
 
+// It strikes anywhere that the function uses its own frame.
+[[gnu::noinline]] void DigUnawares(const CString& text, Counts& counts, int more) {
+  const Held held(text, counts);
+  if (more != 0) dig_unawares(text, counts, more - 1);
+}
+
+const volatile Digging dig = Dig, dig_unawares = DigUnawares;
+
 // A fault that comes while this one's destructors run is not taken.
 void ThrowOnce(unsigned int code, EXCEPTION_POINTERS* pointers) {
   _set_se_translator(nullptr);
@@ -334,13 +342,13 @@ void ThrowOnce(unsigned int code, EXCEPTION_POINTERS* pointers) {
 }
 
 // Overflows the stack with something to destroy in every frame. Returns whether all of it was.
-bool CatchesOverflow() {
+bool CatchesOverflow(Digging digging) {
   const CString text = "held";
   Counts counts;
   _set_se_translator(ThrowOnce);
   int thrown = 0;
   try {
-    dig(text, counts, -1);
+    digging(text, counts, -1);
   } catch (int code) {
     thrown = code;
   }
@@ -349,7 +357,7 @@ bool CatchesOverflow() {
 
 bool CatchesOverflowsAndGoesOn() {
   for (int time = 0; time < 3; ++time) {
-    if (!CatchesOverflow()) return false;
+    if (!CatchesOverflow(dig)) return false;
   }
   Counts counts;
   dig("held", counts, 100);
@@ -396,6 +404,20 @@ TEST_F(Signals, AnOverflowsDestructorsRunAndTheStackIsUsableAgain) {
     _exit(100);
   };
   EXPECT_EQ(EndOf(on_own_memory).signal, -100);
+}
+
+// With the frames in every place that they can have.
+bool CatchesOverflowAnywhere() {
+  for (std::size_t shift = 16; shift <= 512; shift += 16) {
+    *static_cast<volatile char*>(__builtin_alloca(shift)) = 1;
+    if (!CatchesOverflow(dig_unawares)) return false;
+  }
+  return true;
+}
+
+TEST_F(Signals, AnOverflowIsCaughtWhereverInAFunctionItStrikes) {
+  const auto steps = [] { std::thread([] { _exit(CatchesOverflowAnywhere() ? 100 : 1); }).join(); };
+  EXPECT_EQ(EndOf(steps).signal, -100);
 }
 
 // The lowest address of the calling thread's stack that can be used.
