@@ -133,7 +133,10 @@ void DescribeFault(const HostFault& fault, const CONTEXT& context, const unsigne
   constexpr ULONG_PTR kRead = 0, kWrite = 1, kJump = 8;
   record = {};
   record.ExceptionCode = CodeByTable(fault);
-  if (IsStackOverflow(fault, context)) {
+  const bool is_division = record.ExceptionCode == EXCEPTION_INT_DIVIDE_BY_ZERO;
+  if (is_division && fault.has_divisor) {
+    record.ExceptionCode = EXCEPTION_INT_OVERFLOW;
+  } else if (IsStackOverflow(fault, context)) {
     record.ExceptionCode = EXCEPTION_STACK_OVERFLOW;
   } else if (fault.signal == SIGSEGV && HasNoAddress(fault) && IsPrivileged(instruction, size)) {
     record.ExceptionCode = EXCEPTION_PRIV_INSTRUCTION;

@@ -13,6 +13,7 @@ struct HostFault {
   int detail;         // the host's code for what happened
   ULONG_PTR address;  // what the signal is about, or 0
   bool is_write;
+  bool has_divisor;  // a division's is not zero
 };
 
 // Whether the processor raised the signal on this thread, rather than somebody who sent it.

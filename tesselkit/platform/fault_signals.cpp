@@ -17,6 +17,7 @@
 #include "tesselkit/platform/alternate_stack.h"
 #include "tesselkit/platform/cstring.h"
 #include "tesselkit/platform/debug_help.h"
+#include "tesselkit/platform/divide_fault.h"
 #include "tesselkit/platform/exceptions.h"
 #include "tesselkit/platform/fault_codes.h"
 #include "tesselkit/platform/foreign_memory.h"
@@ -164,12 +165,16 @@ bool OfferOverflow(EXCEPTION_POINTERS& pointers) {
   return goes_on;
 }
 
+bool IsDivision(const siginfo_t& info) {
+  return info.si_signo == SIGFPE && info.si_code == FPE_INTDIV;
+}
+
 // Returns whether the thread is to go on.
 bool OfferFault(const siginfo_t& info, void* host) {
   const SavedRegisters saved(host);
   const FrameRegisters& at_fault = saved.Frame();
   const HostFault fault{info.si_signo, info.si_code, reinterpret_cast<ULONG_PTR>(info.si_addr),
-                        IsWriteFault(host)};
+                        IsWriteFault(host), IsDivision(info) && HasDivisor(host)};
   unsigned char instruction[16];
   const bool must_look = fault.signal == SIGSEGV && HasNoAddress(fault);
   const std::size_t size = must_look ? ReadInstruction(at_fault.program_counter, instruction) : 0;

@@ -508,6 +508,23 @@ TEST_F(Signals, AThreadThatBlocksThemTakesItsFaults) {
 
 #ifdef __x86_64__
 
+TEST_F(Signals, ADivisionHasTheCodeOfWhatIsWrongWithIt) {
+  _set_se_translator(Throw);
+  for (int i = 0; i < test::kDivisionCount; ++i) {
+    for (const int divisor : {0, -1}) {
+      SCOPED_TRACE(std::to_string(i) + " " + std::to_string(divisor));
+      int thrown = 0;
+      try {
+        test::kDivisions[i](divisor);
+      } catch (int code) {
+        thrown = code;
+      }
+      EXPECT_EQ(thrown, divisor == 0 ? 0x94 : 0x95);
+    }
+  }
+  _set_se_translator(nullptr);
+}
+
 struct FloatRow {
   int line;
   unsigned enabled;  // the bit of what may raise, in the vector unit's settings

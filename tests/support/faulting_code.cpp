@@ -78,6 +78,49 @@ void ExecuteBreakpoint(int) {
 #endif
 }
 
+#ifdef __x86_64__
+
+namespace {
+
+volatile long long divisor_word = 0;
+
+}  // namespace
+
+#define TEST_DIVISION(smallest, instruction)                                          \
+  [](int divisor) TEST_UNCHECKED {                                                    \
+    const long long wide = divisor;                                                   \
+    const long long words[4] = {wide, wide, wide, wide};                              \
+    long long low = smallest, high = -1;                                              \
+    divisor_word = wide;                                                              \
+    asm volatile(                                                                     \
+        "mov %2, %%r12\n\tmov %2, %%r13\n\tmov %3, %%rcx\n\tmov %3, %%r9\n\tmov $1, " \
+        "%%r10\n\t" instruction                                                       \
+        : "+a"(low), "+d"(high)                                                       \
+        : "r"(words), "r"(wide), "m"(divisor_word)                                    \
+        : "rcx", "r9", "r10", "r12", "r13", "rsi", "cc", "memory");                   \
+  }
+
+const Faulting kDivisions[] = {
+    TEST_DIVISION(INT64_MIN, "idivq %%r9"),
+    TEST_DIVISION(INT64_MIN, "idivq (%%r12)"),
+    TEST_DIVISION(INT64_MIN, "idivq (%%r13)"),
+    TEST_DIVISION(INT64_MIN, "idivq 8(%%r12)"),
+    TEST_DIVISION(INT64_MIN, "idivq %4"),
+    TEST_DIVISION(INT32_MIN, "idivl %%ecx"),
+    TEST_DIVISION(INT32_MIN, "idivl 4(%%r12, %%r10, 4)"),
+    TEST_DIVISION(INT32_MIN, "sub $0x1000, %%r13\n\tidivl 0x1000(%%r13, %%r10, 8)"),
+    TEST_DIVISION(INT32_MIN, "divl (%%r12, %%r10, 8)"),
+    TEST_DIVISION(INT32_MIN, "xchg %%r13, %%r10\n\tidivl (, %%r10, 1)"),
+    TEST_DIVISION(INT16_MIN, "idivw %%cx"),
+    TEST_DIVISION(INT16_MIN, "idivw (%%r13, %%r10, 2)"),
+    TEST_DIVISION(INT8_MIN, "idivb %%ch"),
+    TEST_DIVISION(INT8_MIN, "idivb %%r9b"),
+    TEST_DIVISION(INT8_MIN, "xchg %%r9, %%rsi\n\tidivb %%sil"),
+};
+const int kDivisionCount = sizeof kDivisions / sizeof *kDivisions;
+
+#endif
+
 TEST_UNCHECKED void ReadPastFileEnd(int) {
   std::FILE* const file = std::tmpfile();
   void* const mapped = mmap(nullptr, 4096, PROT_READ, MAP_SHARED, fileno(file), 0);

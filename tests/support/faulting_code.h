@@ -25,6 +25,13 @@ void TouchBelow(int number);
 
 void Divide(double a, double b);
 
+#ifdef __x86_64__
+// Each divides the smallest number of its size by `divisor`, which its instruction finds in a form
+// of its own.
+extern const Faulting kDivisions[];
+extern const int kDivisionCount;
+#endif
+
 // The line in this file's source where DivideByZero divides.
 extern const int kDivisionLine;
 
