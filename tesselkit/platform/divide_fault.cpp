@@ -85,7 +85,7 @@ class Division {
 
   std::uintptr_t Displacement() {
     if (m_mode == 0) return 0;
-    std::int32_t value = static_cast<signed char>(*m_next);
+    std::int32_t value = (*m_next ^ 0x80) - 0x80;  // with its sign
     if (m_mode == 2) std::memcpy(&value, m_next, sizeof value);
     m_next += m_mode == 2 ? sizeof value : 1;
     return static_cast<std::uintptr_t>(std::intptr_t{value});
