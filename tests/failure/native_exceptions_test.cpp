@@ -368,9 +368,9 @@ TEST_F(NativeExceptions, TheGuardOrTranslatorSetLastIsAskedFirst) {
 
 TEST_F(NativeExceptions, ReportsAndNestedConvertersLeaveTheTurnAsItWas) {
   static Guarded guarded;
+  static CString stack;  // an abandoned body ends nothing
   const AdExceptionConverter outer(RememberAndThrow);
   guarded = {[] {
-               CString stack;
                AdLookupCallStack(stack);
                { const AdExceptionConverter nested; }
                test::DivideByZero(1);
