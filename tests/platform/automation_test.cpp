@@ -135,6 +135,25 @@ TEST_F(Automation, TheErrorObjectOfAThreadIsHeldOnce) {
   EXPECT_EQ(first.references, 1u);
 }
 
+// Looks at the thread's error object when it is let go.
+class InquiringErrorInfo : public test::CountedErrorInfo {
+ public:
+  ULONG Release() override {
+    IErrorInfo* found = nullptr;
+    if (GetErrorInfo(0, &found) == S_OK) finds += 1;
+    return CountedErrorInfo::Release();
+  }
+
+  int finds = 0;
+};
+
+TEST_F(Automation, AnErrorObjectThatGoesWithItsThreadIsTheThreadsNoMore) {
+  InquiringErrorInfo error;
+  std::thread([&] { SetErrorInfo(0, &error); }).join();
+  EXPECT_EQ(error.references, 1u);
+  EXPECT_EQ(error.finds, 0);
+}
+
 TEST_F(Automation, AStatusCarriesItsErrorObject) {
   test::CountedErrorInfo info, other;
   {
