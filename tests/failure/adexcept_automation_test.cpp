@@ -1,6 +1,7 @@
 #include "tesselkit/failure/adexcept_automation.h"
 
 #include <cstdlib>
+#include <exception>
 #include <functional>
 #include <string>
 #include <vector>
@@ -152,6 +153,27 @@ TEST_F(Conversions, GiveEachCallerItsFormAndEndWhatTheyWereGiven) {
     EXPECT_EQ(test::TakeErrorInfo(), row.description);
     EXPECT_EQ(alive, 0);
   }
+}
+
+// Remembers whether it ended while an exception was on its way.
+class EndsAlone : public CException {
+ public:
+  explicit EndsAlone(bool& is_alone) : m_is_alone(is_alone) {}
+  ~EndsAlone() override { m_is_alone = std::uncaught_exceptions() == 0; }
+
+ private:
+  bool& m_is_alone;
+};
+
+TEST_F(Conversions, EndWhatTheyWereGivenBeforeTheyThrow) {
+  bool is_alone = false;
+  try {
+    AdRethrowAsOMException(new EndsAlone(is_alone), nullptr);
+  } catch (AdOMException* converted) {
+    std::free(converted->m_description);
+    delete converted;
+  }
+  EXPECT_TRUE(is_alone);
 }
 
 TEST_F(Conversions, OfNullListsOfMessages) {
