@@ -183,6 +183,24 @@ TEST_F(Twreg, TextsAreThoseOfTheCodePage) {
             "\"type\":\"REG_SZ\",\"data\":\"82a0f800\",\"text\":\"\xE3\x81\x82\xEF\xBF\xBD\"}\n");
 }
 
+TEST_F(Twreg, LeavesOutNothingThatWasStoredUnderAnotherPage) {
+  const std::string kLong(70, 'x');
+  const std::string kB =
+      "[HKEY_CURRENT_USER\\a\\b]\r\n\"B\"=\"1\"\r\n\"\xC4\"=\"" + kLong + "\"\r\n";
+  Do({"--code-page=932", "import"}, "REGEDIT4\n[HKCU\\a\\\x83\\]\n" + kB);
+  Do({"--code-page=1252", "set", "HKCU\\a\\\x83", "v", "2"});
+  EXPECT_EQ(Answer({"--code-page=1252", "export", "HKCU\\a\\b"}), "REGEDIT4\r\n\r\n" + kB);
+  const std::string kOutOfReach =
+      "twreg: The key \"HKEY_CURRENT_USER\\\\a\\\\\x83\\\\\" cannot be reached under code page "
+      "1252\n";
+  EXPECT_EQ(Run({"--code-page=1252", "list", "-r", "HKCU\\a"}),
+            (Outcome{"HKEY_CURRENT_USER\\a\n\nHKEY_CURRENT_USER\\a\\b\nB  REG_SZ  \"1\"\n\xC4  "
+                     "REG_SZ  \"" +
+                         kLong + "\"\n\nHKEY_CURRENT_USER\\a\\\x83\nv  REG_SZ  \"2\"\n",
+                     kOutOfReach, 1}));
+  EXPECT_EQ(Run({"--code-page=1252", "export", "HKCU\\a"}), (Outcome{"", kOutOfReach, 1}));
+}
+
 TEST_F(Twreg, DeletesValuesKeysAndTrees) {
   const Words kWords = {"set", "HKCU\\top\\a\\b", "v", "x"};
   Do(kWords);

@@ -38,17 +38,19 @@ void ListOne(const Key& key, Output& output) {
   output.Table(key.Values());
 }
 
-void ListTree(const Key& key, Output& output) {
+int ListTree(const Key& key, Output& output) {
   output.Document().BeginArray();
   bool is_first = true;
-  VisitTree(key, [&](const Key& visited) {
+  const auto show = [&](const Key& visited) {
     if (output.IsJson()) return PutKey(visited, output.Document());
     if (!is_first) output.Line("");
     is_first = false;
     output.Line(visited.Path().Name(), Style::kKey);
     output.Table(visited.Values());
-  });
+  };
+  VisitTree(key, show, [&](const KeyPath& path) { output.Complain(UnreachableText(path)); });
   output.Document().EndArray();
+  return output.Complaints().empty() ? kDone : kNo;
 }
 
 // The document of a value of a key.
@@ -68,11 +70,8 @@ KeyPath KeyOperand(const Arguments& arguments) {
 
 int List(const Arguments& arguments, Output& output) {
   const Key key(KeyOperand(arguments), KEY_READ);
-  if (arguments.Has("--recursive")) {
-    ListTree(key, output);
-  } else {
-    ListOne(key, output);
-  }
+  if (arguments.Has("--recursive")) return ListTree(key, output);
+  ListOne(key, output);
   return kDone;
 }
 

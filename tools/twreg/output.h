@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tools/twreg/json.h"
@@ -28,6 +29,10 @@ class Output {
   // Lines of a name, a type and the data, in columns.
   void Table(const std::vector<Value>& values);
 
+  // What went wrong while the rest was done, for standard error.
+  void Complain(std::string text) { m_complaints.push_back(std::move(text)); }
+  const std::vector<std::string>& Complaints() const { return m_complaints; }
+
   // Everything, in bytes for standard output.
   std::string Whole() const;
 
@@ -36,6 +41,7 @@ class Output {
   bool m_is_colored;
   std::string m_text;
   Json m_json;
+  std::vector<std::string> m_complaints;
 };
 
 // A name as a table shows it: "@" for the unnamed value's, in quotes what could be mistaken.

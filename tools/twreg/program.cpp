@@ -83,6 +83,7 @@ int Answer(const std::vector<std::string>& words) {
   Output output(arguments.Has("--json"), IsColored(arguments));
   const int code = Perform(arguments, output);
   Print(output.Whole());
+  for (const std::string& complaint : output.Complaints()) Complain(complaint.c_str());
   return code;
 }
 

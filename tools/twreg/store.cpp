@@ -1,8 +1,11 @@
 #include "tools/twreg/store.h"
 
+#include <algorithm>
 #include <array>
 
+#include "tesselkit/platform/code_page.h"
 #include "tesselkit/platform/hive.h"
+#include "tesselkit/platform/mbstring.h"
 #include "tools/twreg/failure.h"
 
 namespace twreg {
@@ -11,6 +14,15 @@ namespace {
 
 constexpr std::size_t kRoomForKeyName = 256;
 constexpr std::size_t kRoomForValueName = 16384;
+
+bool IsGone(LONG status) {
+  return status == ERROR_FILE_NOT_FOUND || status == ERROR_KEY_DELETED;
+}
+
+// A key that is deleted meanwhile has nothing more.
+bool IsEnd(LONG status) {
+  return status == ERROR_NO_MORE_ITEMS || status == ERROR_KEY_DELETED;
+}
 
 bool IsThere(const KeyPath& path) {
   tesselkit::util::OpenKey key;
@@ -31,22 +43,13 @@ void ApplyValue(const Key& key, const FileValue& entry) {
 }  // namespace
 
 Key::Key(const KeyPath& path, REGSAM access) : m_path(path) {
-  Open(path.root, path.below, access);
-}
-
-Key::Key(const Key& parent, std::string_view name, REGSAM access)
-    : m_path(parent.m_path.Child(name)) {
-  Open(parent.m_key, std::string(name), access);
+  Require(RegOpenKeyExA(path.root, path.below.c_str(), 0, access, m_key.Place()), "RegOpenKeyEx");
 }
 
 Key::Key(const KeyPath& path) : m_path(path) {
   Require(RegCreateKeyExA(path.root, path.below.c_str(), 0, "", REG_OPTION_NON_VOLATILE,
                           KEY_ALL_ACCESS, nullptr, m_key.Place(), nullptr),
           "RegCreateKeyEx");
-}
-
-void Key::Open(HKEY parent, const std::string& name, REGSAM access) {
-  Require(RegOpenKeyExA(parent, name.c_str(), 0, access, m_key.Place()), "RegOpenKeyEx");
 }
 
 void Key::Require(LONG status, const char* function) const {
@@ -60,25 +63,45 @@ std::vector<std::string> Key::Subkeys() const {
     DWORD size = name.size();
     const LONG status = RegEnumKeyExA(m_key, static_cast<DWORD>(names.size()), name.data(), &size,
                                       nullptr, nullptr, nullptr, nullptr);
-    if (status == ERROR_NO_MORE_ITEMS) return names;
+    if (IsEnd(status)) return names;
     Require(status, "RegEnumKeyEx");
     names.emplace_back(name.data(), size);
   }
 }
 
+bool Key::HasSubkey(const std::string& name) const {
+  return std::ranges::count(Subkeys(), name) != 0;
+}
+
+// A name that was stored under another page may be a path under this one, to another key.
+std::unique_ptr<Key> Key::Subkey(const std::string& name) const {
+  if (tesselkit::platform::FindText(name, "\\") != std::string::npos) return nullptr;
+  std::unique_ptr<Key> subkey(new Key(m_path.Child(name), nullptr));
+  const LONG status = RegOpenKeyExA(m_key, name.c_str(), 0, KEY_READ, subkey->m_key.Place());
+  if (IsGone(status)) return nullptr;
+  subkey->Require(status, "RegOpenKeyEx");
+  return subkey;
+}
+
+// The lookup by name does not find what was stored under another page: the enumeration says all.
 std::vector<Value> Key::Values() const {
   std::vector<Value> values;
   std::string name(kRoomForValueName, '\0');
-  for (DWORD index = 0;; ++index) {
-    auto size = static_cast<DWORD>(name.size());
-    LONG status =
-        RegEnumValueA(m_key, index, name.data(), &size, nullptr, nullptr, nullptr, nullptr);
-    if (status == ERROR_NO_MORE_ITEMS) return values;
-    Require(status, "RegEnumValue");
+  for (std::string room;;) {
     Value value;
-    status = Query(name.substr(0, size), value);
-    if (status == ERROR_FILE_NOT_FOUND) continue;
-    Require(status, "RegQueryValueEx");
+    auto name_size = static_cast<DWORD>(name.size());
+    auto size = static_cast<DWORD>(room.size());
+    const LONG status =
+        RegEnumValueA(m_key, static_cast<DWORD>(values.size()), name.data(), &name_size, nullptr,
+                      &value.type, reinterpret_cast<BYTE*>(room.data()), &size);
+    if (IsEnd(status)) return values;
+    if (status == ERROR_MORE_DATA && size > room.size()) {
+      room.resize(size);
+      continue;
+    }
+    Require(status, "RegEnumValue");
+    value.name = name.substr(0, name_size);
+    value.data = room.substr(0, size);
     values.push_back(std::move(value));
   }
 }
@@ -128,12 +151,19 @@ void DeleteKey(const KeyPath& path, bool with_subkeys) {
   RequireSuccess(RegDeleteKeyA(path.root, path.below.c_str()), "RegDeleteKey", path.Name());
 }
 
+std::string UnreachableText(const KeyPath& path) {
+  return "The key " + QuotedText(path.Name()) + " cannot be reached under code page " +
+         std::to_string(_getmbcp());
+}
+
 RegistryFile ReadTree(const KeyPath& path) {
   RegistryFile file;
-  VisitTree(Key(path, KEY_READ), [&](const Key& key) {
+  const auto take = [&](const Key& key) {
     file.push_back({key.Path(), false, {}});
     for (Value& value : key.Values()) file.back().values.push_back({std::move(value), false});
-  });
+  };
+  VisitTree(Key(path, KEY_READ), take,
+            [](const KeyPath& missed) { throw Failure(UnreachableText(missed)); });
   return file;
 }
 

@@ -2,8 +2,10 @@
 // that fails throws Failure in the library's words.
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tesselkit/util/open_key.h"
@@ -18,7 +20,6 @@ class Key {
  public:
   // Opens the key, which must be there.
   Key(const KeyPath& path, REGSAM access);
-  Key(const Key& parent, std::string_view name, REGSAM access);
 
   // Opens the key for writing values, and makes it when it is missing.
   static Key Made(const KeyPath& path) { return Key(path); }
@@ -28,6 +29,11 @@ class Key {
   // In the store's own order. What another process deletes meanwhile is left out.
   std::vector<Value> Values() const;
   std::vector<std::string> Subkeys() const;
+
+  // Opens a subkey for reading. Null when the registry finds none of that name: it is gone, or its
+  // name was stored under another code page, and HasSubkey is true then.
+  std::unique_ptr<Key> Subkey(const std::string& name) const;
+  bool HasSubkey(const std::string& name) const;
 
   Value ValueOf(const std::string& name) const;
   void Set(const Value& value) const;
@@ -40,7 +46,7 @@ class Key {
 
  private:
   explicit Key(const KeyPath& path);
-  void Open(HKEY parent, const std::string& name, REGSAM access);
+  Key(KeyPath path, std::nullptr_t) : m_path(std::move(path)) {}  // not open yet
   void Require(LONG status, const char* function) const;
   LONG Query(const std::string& name, Value& value) const;
 
@@ -48,20 +54,29 @@ class Key {
   tesselkit::util::OpenKey m_key;
 };
 
-// Calls `visit(key)` for the key and every key below it, a key before those below it.
-template <class Visit>
-void VisitTree(const Key& key, const Visit& visit) {
+// Calls `visit(key)` for the key and every key below it, a key before those below it, and
+// `miss(path)` for one that is there but cannot be reached. What another process deletes meanwhile
+// is left out.
+template <class Visit, class Miss>
+void VisitTree(const Key& key, const Visit& visit, const Miss& miss) {
   visit(key);
   for (const std::string& name : key.Subkeys()) {
-    VisitTree(Key(key, name, KEY_READ), visit);
+    if (const std::unique_ptr<Key> subkey = key.Subkey(name)) {
+      VisitTree(*subkey, visit, miss);
+    } else if (key.HasSubkey(name)) {
+      miss(key.Path().Child(name));
+    }
   }
 }
+
+// What to say of a key that cannot be reached.
+std::string UnreachableText(const KeyPath& path);
 
 // Deletes a key that has no subkeys, or, with `with_subkeys`, the key and everything below it. A
 // predefined key cannot be deleted, and nothing below it goes.
 void DeleteKey(const KeyPath& path, bool with_subkeys);
 
-// The key and everything below it.
+// The key and everything below it. Throws Failure when a key cannot be reached.
 RegistryFile ReadTree(const KeyPath& path);
 
 // Makes the registry what the file says, key by key. What is to be deleted may be missing. Ends at
