@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
+#include <termios.h>
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -406,17 +409,46 @@ TEST_F(Twreg, ShowsAPasswordOnlyWhenAsked) {
             "{\"entry\":\"work\",\"user\":\"me\",\"database\":\"sales\",\"set\":\"\","
             "\"password\":\"se cret\"}\n");
   EXPECT_EQ(Answer({"login", "show", "Work", "--json"}), kJson + "}\n");
-  EXPECT_EQ(Run({"login", "save", "Long", "--user", std::string(100, 'u')}),
-            (Outcome{"",
-                     "twreg: The login \"Long\" was not saved whole: a field has up to 99 bytes, a "
-                     "password up to 48\n",
-                     1}));
-
   Do({"set",
       "HKCU\\Software\\Veltrim Software\\Tarnwell\\2000.02.10\\Common\\TWIntSvr\\Work\\Password",
       "@", "plain text"});
   EXPECT_EQ(Run({"login", "show", "Work"}),
             (Outcome{"", "twreg: The password of the login \"Work\" is not a scrambled one\n", 1}));
+}
+
+TEST_F(Twreg, SavesNoLoginThatWouldNotBeReadBack) {
+  const std::string kLong =
+      "The login \"Work\" cannot be saved: a field has up to 99 bytes, a password up to 48";
+  const struct {
+    int line;
+    const char* option;
+    std::size_t size;
+    std::string input;
+    std::string error;
+  } kRows[] = {
+      {__LINE__, "--user", 100, "x\n", kLong},
+      {__LINE__, "--database", 100, "x\n", kLong},
+      {__LINE__, "--set", 100, "x\n", kLong},
+      {__LINE__, "--set", 99, std::string(49, 'p'), kLong},
+      {__LINE__, "--user", 99, "", "There is no password on standard input"},
+      {__LINE__, "--user", 99, "a\0b\n"s, "A NUL byte stands in the password"},
+  };
+  Do({"login", "save", "Work", "--user", "me"}, "\n");
+  for (const auto& row : kRows) {
+    const testing::ScopedTrace trace(__FILE__, row.line, "");
+    EXPECT_EQ(Run({"login", "save", "Work", row.option, std::string(row.size, 'f')}, row.input),
+              (Outcome{"", "twreg: " + row.error + "\n", 1}));
+  }
+  const int code = test::InChild([&] {
+    dup2(open(m_hives.Directory().c_str(), O_RDONLY), STDIN_FILENO);
+    dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
+    return test::BecomeProgram(TWREG_FILE, {"login", "save", "Work"});
+  });
+  EXPECT_EQ(code, 1);
+  EXPECT_EQ(Answer({"login", "show", "Work", "--password"}),
+            "Entry:         Work\nUser:          me\nDatabase:      \nDatabase set:  \n"
+            "Password:      \n");
+  Do({"login", "save", "Work", "--user", std::string(99, 'u')}, std::string(48, 'p'));
 }
 
 TEST_F(Twreg, ChecksBothHives) {
@@ -437,6 +469,77 @@ TEST_F(Twreg, ChecksBothHives) {
                "", 1}));
   EXPECT_EQ(Run({"set", "HKLM\\a", "v", "x"}),
             (Outcome{"", CallFailed("RegCreateKeyEx", "HKEY_LOCAL_MACHINE\\a", kCorrupt), 1}));
+}
+
+// A terminal, seen from the side of its user.
+class Terminal {
+ public:
+  Terminal() : m_user(posix_openpt(O_RDWR | O_NOCTTY)) {
+    EXPECT_EQ(grantpt(m_user) | unlockpt(m_user), 0);
+    m_other = open(ptsname(m_user), O_RDWR | O_NOCTTY);
+  }
+  ~Terminal() {
+    close(m_user);
+    close(m_other);
+  }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  // Runs the program with the terminal for its own.
+  int Become(const Words& words) const {
+    setsid();
+    ioctl(m_other, TIOCSCTTY, 0);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(m_other, stream);
+    return test::BecomeProgram(TWREG_FILE, words);
+  }
+
+  bool HasEcho() const {
+    termios state{};
+    EXPECT_EQ(tcgetattr(m_other, &state), 0);
+    return (state.c_lflag & ECHO) != 0;
+  }
+
+  void Type(std::string_view text) const {
+    EXPECT_EQ(write(m_user, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+
+  // Reads up to `wanted`.
+  std::string ReadUntil(std::string_view wanted) const {
+    std::string text;
+    for (char c; !text.ends_with(wanted) && read(m_user, &c, 1) == 1;) text += c;
+    return text;
+  }
+
+ private:
+  int m_user;
+  int m_other;
+};
+
+TEST_F(Twreg, LeavesTheTerminalAsItWas) {
+  const struct {
+    int line;
+    const char* typed;  // before the password
+    int code;
+  } kRows[] = {
+      {__LINE__, "", 0},
+      {__LINE__, "half\x1a", 0},  // nobody could wake it again, so the system does not stop it
+      {__LINE__, "half\x03", -SIGINT},
+  };
+  for (const auto& row : kRows) {
+    const testing::ScopedTrace trace(__FILE__, row.line, "");
+    const Terminal terminal;
+    test::Child child([&] { return terminal.Become({"login", "save", "Work"}); });
+    EXPECT_EQ(terminal.ReadUntil("Password: "), "Password: ");
+    EXPECT_FALSE(terminal.HasEcho());
+    terminal.Type(row.typed);
+    if (row.code == 0) {
+      if (*row.typed != '\0') terminal.ReadUntil("Password: ");
+      terminal.Type("secret\n");
+    }
+    EXPECT_EQ(child.Code(), row.code);
+    EXPECT_TRUE(terminal.HasEcho());
+  }
+  EXPECT_TRUE(Answer({"login", "show", "Work", "--password"}).ends_with("Password:      secret\n"));
 }
 
 // What the program prints to a terminal that is its own.

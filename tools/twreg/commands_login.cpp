@@ -1,13 +1,9 @@
 // login show and login save.
-#include <termios.h>
-#include <unistd.h>
-
-#include <cstdio>
-
 #include "tesselkit/platform/code_page.h"
 #include "tesselkit/util/adutil_login.h"
 #include "tools/twreg/commands.h"
 #include "tools/twreg/failure.h"
+#include "tools/twreg/password.h"
 
 namespace twreg {
 
@@ -20,40 +16,6 @@ struct Login {
   CString database;
   CString database_set;
 };
-
-// Turns the terminal's echo off for the length of a scope.
-class Silence {
- public:
-  Silence() : m_is_terminal(tcgetattr(STDIN_FILENO, &m_before) == 0) {
-    if (!m_is_terminal) return;
-    termios silent = m_before;
-    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
-    std::fputs("Password: ", stderr);
-  }
-  ~Silence() {
-    if (!m_is_terminal) return;
-    tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
-    std::fputs("\n", stderr);
-  }
-  Silence(const Silence&) = delete;
-  Silence& operator=(const Silence&) = delete;
-
- private:
-  termios m_before{};
-  bool m_is_terminal;
-};
-
-// The first line of standard input, without its end.
-std::string ReadPassword() {
-  const Silence silence;
-  std::string line;
-  for (int c = std::getchar(); c != EOF && c != '\n'; c = std::getchar()) {
-    line += static_cast<char>(c);
-  }
-  if (line.ends_with('\r')) line.pop_back();
-  return line;
-}
 
 CString EntryOperand(const Arguments& arguments) {
   const std::string entry = arguments.Operand(0);
@@ -78,6 +40,27 @@ Login Read(const CString& entry) {
   }
   if (login.password == kUntouched) throw Failure("There is no " + Named(login));
   throw Failure("The password of the " + Named(login) + " is not a scrambled one");
+}
+
+// The library cuts none of these, and reads what is longer as empty.
+void RequireLength(const Login& login, const CString& field, int longest) {
+  if (field.GetLength() <= longest) return;
+  throw Failure("The " + Named(login) + " cannot be saved: a field has up to 99 bytes, " +
+                "a password up to 48");
+}
+
+void RequireLengths(const Login& login) {
+  constexpr int kLongestField = 99;
+  constexpr int kLongestPassword = 48;
+  RequireLength(login, login.user, kLongestField);
+  RequireLength(login, login.database, kLongestField);
+  RequireLength(login, login.database_set, kLongestField);
+  RequireLength(login, login.password, kLongestPassword);
+}
+
+bool IsSame(const Login& a, const Login& b) {
+  return a.user == b.user && a.password == b.password && a.database == b.database &&
+         a.database_set == b.database_set;
 }
 
 struct Field {
@@ -114,16 +97,13 @@ int LoginSave(const Arguments& arguments, Output& output) {
               arguments.Option("--database").c_str(),
               arguments.Option("--set").c_str()};
   login.password = ReadPassword().c_str();
+  RequireLengths(login);
   if (!SaveTWLoginInfo(login.entry, login.user, login.password, login.database,
                        login.database_set)) {
     throw Failure("The " + Named(login) + " cannot be saved");
   }
-  const Login saved = Read(login.entry);
-  if (saved.user != login.user || saved.password != login.password ||
-      saved.database != login.database || saved.database_set != login.database_set) {
-    throw Failure("The " + Named(login) + " was not saved whole: a field has up to 99 bytes, " +
-                  "a password up to 48");
-  }
+  if (!IsSame(Read(login.entry), login))
+    throw Failure("The " + Named(login) + " was not saved whole");
   output.Document().BeginObject().Name("entry").Text(login.entry.View()).EndObject();
   return kDone;
 }
