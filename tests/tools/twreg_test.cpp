@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <termios.h>
 
+#include <algorithm>
 #include <csignal>
+#include <filesystem>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -250,6 +254,45 @@ TEST_F(Twreg, ImportsWhatItExportsAndDeletesWhatAFileSays) {
   EXPECT_EQ(Run({"import"}, "x").errors,
             "twreg: standard input, line 1: The file does not begin with \"REGEDIT4\"\n");
   EXPECT_EQ(Answer({"export", "HKCU\\a"}), kFile);
+}
+
+// What the directory holds, with the rights to it.
+std::string Listed(const std::string& directory) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    const auto rights = static_cast<unsigned>(entry.symlink_status().permissions());
+    names.push_back(entry.path().filename().string() + (rights == 0600 ? " private " : " public "));
+  }
+  std::ranges::sort(names);
+  return std::accumulate(names.begin(), names.end(), std::string());
+}
+
+TEST_F(Twreg, ReplacesAFileOnlyByAWholeOne) {
+  const test::TempDirectory directory;
+  const std::string name = directory / "a.reg";
+  const std::string link = directory / "link";
+  Do({"set", "HKCU\\a", "@", std::string(100000, 'x')});
+  test::WriteBytes(name, "old");
+  std::filesystem::permissions(name, std::filesystem::perms(0644));
+  std::filesystem::create_symlink(name, link);
+  const int code = test::InChild([&] {
+    const rlimit limit = {90000, 90000};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    signal(SIGXFSZ, SIG_IGN);
+    dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);
+    return test::BecomeProgram(TWREG_FILE, {"export", "HKCU\\a", name});
+  });
+  EXPECT_EQ(code, 1);
+  EXPECT_EQ(test::ReadBytes(name), "old");
+  EXPECT_EQ(Listed(directory.Path()), "a.reg public link public ");
+  Do({"export", "HKCU\\a", link});
+  const std::string text = test::ReadBytes(name);
+  EXPECT_GT(text.size(), 100000u);
+  EXPECT_EQ(Answer({"export", "HKCU\\a", "/dev/stdout"}), text);
+  test::WriteBytes(name, "old");
+  Do({"export", "HKCU\\a", name});
+  EXPECT_EQ(test::ReadBytes(name), text);
+  EXPECT_EQ(Listed(directory.Path()), "a.reg private link public ");
 }
 
 TEST_F(Twreg, ConvertsFilesOfAnotherCodePage) {

@@ -1,6 +1,10 @@
 // export and import.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "tesselkit/platform/mbstring.h"
@@ -42,10 +46,42 @@ std::string WholeOf(std::FILE* file, const std::string& name) {
   return text;
 }
 
+bool IsWritten(File file, const std::string& text) {
+  const bool is_taken =
+      file != nullptr && std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
+  return is_taken && std::fclose(file.release()) == 0;
+}
+
+// A file of that name, old or new; no link, device or pipe, to which text can only be written.
+bool IsReplaceable(const std::string& name) {
+  struct stat state {};
+  return lstat(name.c_str(), &state) != 0 ? errno == ENOENT : S_ISREG(state.st_mode);
+}
+
+bool IsWriteProtected(const std::string& name) {
+  return access(name.c_str(), W_OK) != 0 && errno != ENOENT;
+}
+
+// The file keeps what it holds until the new text is whole. mkstemp makes it its owner's alone.
+bool IsReplaced(const std::string& name, const std::string& text) {
+  if (IsWriteProtected(name)) return false;
+  std::string temporary = name + ".XXXXXX";
+  const int file = mkstemp(temporary.data());
+  if (file < 0) return false;
+  if (IsWritten(File(fdopen(file, "wb"), &std::fclose), text) &&
+      std::rename(temporary.c_str(), name.c_str()) == 0) {
+    return true;
+  }
+  const int error = errno;
+  unlink(temporary.c_str());
+  errno = error;
+  return false;
+}
+
 void WriteFile(const std::string& name, const std::string& text) {
-  File file = Opened(name, "wb");
-  const bool is_written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-  if (!is_written || std::fclose(file.release()) != 0) ThrowFileFailure(name);
+  const bool is_done =
+      IsReplaceable(name) ? IsReplaced(name, text) : IsWritten(Opened(name, "wb"), text);
+  if (!is_done) ThrowFileFailure(name);
 }
 
 std::string ReadInput(const std::string& name) {
@@ -73,7 +109,7 @@ int FilePageOf(const Arguments& arguments) {
 }
 
 RegistryFile InPage(RegistryFile file, int from, int to) {
-  return from == to ? file : Converted(std::move(file), from, to);
+  return from == to ? std::move(file) : Converted(std::move(file), from, to);
 }
 
 // How much a file holds.
@@ -91,9 +127,9 @@ int Export(const Arguments& arguments, Output& output) {
   if (output.IsJson() && IsStandardStream(name)) {
     throw UsageError("\"export\" with --json needs a FILE");
   }
-  const RegistryFile file = ReadTree(KeyOperand(arguments));
   const int page = FilePageOf(arguments);
-  const std::string text = WrittenIn(page, InPage(file, _getmbcp(), page));
+  const RegistryFile file = InPage(ReadTree(KeyOperand(arguments)), _getmbcp(), page);
+  const std::string text = WrittenIn(page, file);
   PutCounts(file, output.Document());
   if (IsStandardStream(name)) {
     output.Text(text);
