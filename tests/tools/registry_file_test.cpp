@@ -254,10 +254,10 @@ TEST(RegistryFileWriter, RefusesNamesThatTheFormatCannotHold) {
   } kRows[] = {
       {__LINE__, "a\rb", "v", "key \"HKEY_USERS\\\\a\\rb\""},
       {__LINE__, "a\nb", "v", "key \"HKEY_USERS\\\\a\\nb\""},
-      {__LINE__, "a\x83", "v", "key \"HKEY_USERS\\\\a\x83\""},
+      {__LINE__, "a\x83", "v", "key \"HKEY_USERS\\\\a\\x83\""},
       {__LINE__, "a", "a\nb", "value \"a\\nb\""},
       {__LINE__, "a", "a\rb", "value \"a\\rb\""},
-      {__LINE__, "a", "\x83\"", "value \"\x83\\\"\""},
+      {__LINE__, "a", "\x83\"", "value \"\\x83\\\"\""},
   };
   const test::CodePage page(932);
   for (const auto& row : kRows) {

@@ -366,6 +366,37 @@ TEST_F(Twreg, FailsInTheLibrarysWords) {
   }
 }
 
+TEST_F(Twreg, SendsNoControlCharacterOfANameToTheTerminal) {
+  const struct {
+    int line;
+    const char* page;
+    const char* name;
+    const char* shown;
+  } kRows[] = {
+      {__LINE__, "0", "\x1b[2J\x7F\t\x9B", "\\x1b[2J\\x7f\\t\\x9b"},
+      {__LINE__, "1252", "\x80\x9B\x8D\xE4", "\x80\x9B\\x8d\xE4"},
+      {__LINE__, "932", "\x83\\\x9B\x40\x1F", "\x83\\\x9B\x40\\x1f"},
+      {__LINE__, "65001", "\xC2\x9B\xC2\xA0\x9B", "\\xc2\\x9b\xC2\xA0\\x9b"},
+  };
+  for (const auto& row : kRows) {
+    const testing::ScopedTrace trace(__FILE__, row.line, "");
+    const std::string name = "\\"s + row.name;
+    const std::string shown = "\\"s + row.shown;
+    const std::string page = "--code-page="s + row.page;
+    Do({page, "set", "HKLM" + name, "@", "x"});
+    EXPECT_EQ(Answer({page, "list", "-r", "HKLM" + name}),
+              "HKEY_LOCAL_MACHINE" + shown + "\n@  REG_SZ  \"x\"\n");
+    EXPECT_EQ(Run({page, "list", "HKCU" + name}).errors,
+              CallFailed("RegOpenKeyEx", "HKEY_CURRENT_USER" + shown, kNotFound));
+    EXPECT_EQ(Run({page, "import"}, "REGEDIT4\n[HKCX" + name + "]").errors,
+              "twreg: standard input, line 2: The key begins with no predefined key: \"HKCX" +
+                  shown + "\"\n");
+  }
+  const std::string errors = Run({"list", "HKLM\\" + std::string(9000, '\x1b')}).errors;
+  EXPECT_LT(errors.size(), 1100u);
+  EXPECT_TRUE(errors.ends_with(".\n")) << errors;
+}
+
 // The words between single blanks.
 Words Split(const std::string& text) {
   Words words(text.empty() ? 0 : 1);

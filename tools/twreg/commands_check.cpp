@@ -37,7 +37,7 @@ void Show(const char* hive, const std::vector<std::string>& problems, Output& ou
   }
   for (const std::string& problem : problems) {
     output.Text(std::string(hive) + " hive: ");
-    output.Line(problem, Style::kBad);
+    output.Line(PrintableText(problem), Style::kBad);
   }
 }
 

@@ -45,7 +45,7 @@ int ListTree(const Key& key, Output& output) {
     if (output.IsJson()) return PutKey(visited, output.Document());
     if (!is_first) output.Line("");
     is_first = false;
-    output.Line(visited.Path().Name(), Style::kKey);
+    output.Line(PrintableText(visited.Path().Name()), Style::kKey);
     output.Table(visited.Values());
   };
   VisitTree(key, show, [&](const KeyPath& path) { output.Complain(UnreachableText(path)); });

@@ -9,8 +9,6 @@ namespace twreg {
 namespace {
 
 constexpr char kSeparator = '\\';
-constexpr std::size_t kLongestName = 255;
-constexpr int kMostLevels = 512;
 
 struct Root {
   HKEY key;
@@ -73,7 +71,7 @@ std::optional<KeyPath> ParseKeyPath(std::string_view text) {
 bool IsWithinLimits(const KeyPath& path) {
   int levels = 0;
   for (std::string_view rest = path.below; !rest.empty();) {
-    if (TakeName(rest).size() > kLongestName || ++levels > kMostLevels) return false;
+    if (TakeName(rest).size() > kLongestKeyName || ++levels > kMostLevels) return false;
   }
   return true;
 }

@@ -1,6 +1,7 @@
 // Keys as people write them: a predefined key, a backslash, the names below it.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,8 +30,10 @@ struct KeyPath {
 // key.
 std::optional<KeyPath> ParseKeyPath(std::string_view text);
 
-// The registry's limit for a value's name, in bytes.
+// The registry's limits: names in bytes, the levels below a predefined key.
+constexpr std::size_t kLongestKeyName = 255;
 constexpr std::size_t kLongestValueName = 16383;
+constexpr int kMostLevels = 512;
 
 // Whether the registry takes names of that length and that many of them.
 bool IsWithinLimits(const KeyPath& path);

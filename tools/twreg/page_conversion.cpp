@@ -10,22 +10,6 @@ namespace twreg {
 
 namespace {
 
-constexpr char16_t kUnreadable = u'\uFFFD';
-
-std::u16string WideOf(const CString& text, int page) {
-  const PageScope scope(page);
-  const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> wide(text.AllocSysString(),
-                                                                &SysFreeString);
-  return {wide.get(), SysStringLen(wide.get())};
-}
-
-CString NarrowOf(const std::u16string& text, int page) {
-  const PageScope scope(page);
-  const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> wide(
-      SysAllocStringLen(text.data(), static_cast<UINT>(text.size())), &SysFreeString);
-  return tesselkit::platform::NarrowText(wide.get());
-}
-
 // The way from one page to another, for the texts of one key after the other.
 class Conversion {
  public:
@@ -69,6 +53,20 @@ PageScope::PageScope(int page) : m_before(_getmbcp()) {
 
 PageScope::~PageScope() {
   _setmbcp(m_before);
+}
+
+std::u16string WideOf(const CString& text, int page) {
+  const PageScope scope(page);
+  const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> wide(text.AllocSysString(),
+                                                                &SysFreeString);
+  return {wide.get(), SysStringLen(wide.get())};
+}
+
+CString NarrowOf(const std::u16string& text, int page) {
+  const PageScope scope(page);
+  const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> wide(
+      SysAllocStringLen(text.data(), static_cast<UINT>(text.size())), &SysFreeString);
+  return tesselkit::platform::NarrowText(wide.get());
 }
 
 RegistryFile Converted(RegistryFile file, int from, int to) {

@@ -8,18 +8,33 @@
 #include <cstring>
 #include <new>
 
+#include "tesselkit/platform/code_page.h"
 #include "tesselkit/platform/debug_output.h"
 #include "tesselkit/platform/mbstring.h"
 #include "tools/twreg/arguments.h"
 #include "tools/twreg/commands.h"
 #include "tools/twreg/failure.h"
+#include "tools/twreg/value_text.h"
 
 namespace twreg {
 
 namespace {
 
-void Complain(const char* text) {
-  std::fprintf(stderr, "twreg: %s\n", text);
+using tesselkit::platform::CharacterAtOrAfter;
+using tesselkit::platform::WholeCharactersWithin;
+
+// A long name stands in the middle: what a text begins and ends with says more.
+std::string WithoutMiddle(const std::string& text) {
+  constexpr std::size_t kMost = 1000;
+  constexpr std::size_t kAtEnd = 300;
+  if (text.size() <= kMost) return text;
+  const std::size_t begin = WholeCharactersWithin(text, kMost - kAtEnd);
+  return text.substr(0, begin) + " ... " +
+         text.substr(CharacterAtOrAfter(text, text.size() - kAtEnd));
+}
+
+void Complain(const std::string& text) {
+  std::fprintf(stderr, "twreg: %s\n", WithoutMiddle(PrintableText(text)).c_str());
 }
 
 bool IsColored(const Arguments& arguments) {
@@ -83,7 +98,7 @@ int Answer(const std::vector<std::string>& words) {
   Output output(arguments.Has("--json"), IsColored(arguments));
   const int code = Perform(arguments, output);
   Print(output.Whole());
-  for (const std::string& complaint : output.Complaints()) Complain(complaint.c_str());
+  for (const std::string& complaint : output.Complaints()) Complain(complaint);
   return code;
 }
 
@@ -100,7 +115,7 @@ int Run(const std::vector<std::string>& words) noexcept {
   } catch (const std::exception& failure) {
     Complain(failure.what());
   } catch (CException* exception) {
-    Complain(TextOf(*exception).c_str());
+    Complain(TextOf(*exception));
     exception->Delete();
   }
   return kNo;

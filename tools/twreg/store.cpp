@@ -12,9 +12,6 @@ namespace twreg {
 
 namespace {
 
-constexpr std::size_t kRoomForKeyName = 256;
-constexpr std::size_t kRoomForValueName = 16384;
-
 bool IsGone(LONG status) {
   return status == ERROR_FILE_NOT_FOUND || status == ERROR_KEY_DELETED;
 }
@@ -59,7 +56,7 @@ void Key::Require(LONG status, const char* function) const {
 std::vector<std::string> Key::Subkeys() const {
   std::vector<std::string> names;
   for (;;) {
-    std::array<char, kRoomForKeyName> name{};
+    std::array<char, kLongestKeyName + 1> name{};
     DWORD size = name.size();
     const LONG status = RegEnumKeyExA(m_key, static_cast<DWORD>(names.size()), name.data(), &size,
                                       nullptr, nullptr, nullptr, nullptr);
@@ -86,7 +83,7 @@ std::unique_ptr<Key> Key::Subkey(const std::string& name) const {
 // The lookup by name does not find what was stored under another page: the enumeration says all.
 std::vector<Value> Key::Values() const {
   std::vector<Value> values;
-  std::string name(kRoomForValueName, '\0');
+  std::string name(kLongestValueName + 1, '\0');
   for (std::string room;;) {
     Value value;
     auto name_size = static_cast<DWORD>(name.size());

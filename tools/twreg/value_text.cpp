@@ -7,7 +7,9 @@
 #include <cstring>
 
 #include "tesselkit/platform/code_page.h"
+#include "tesselkit/platform/mbstring.h"
 #include "tools/twreg/failure.h"
+#include "tools/twreg/page_conversion.h"
 
 namespace twreg {
 
@@ -61,7 +63,7 @@ std::string DataOfTexts(const std::vector<std::string>& texts) {
   return data + '\0';
 }
 
-std::string EscapedCharacter(char c) {
+std::string EscapedByte(char c) {
   if (c == '\n') return "\\n";
   if (c == '\r') return "\\r";
   if (c == '\t') return "\\t";
@@ -69,9 +71,35 @@ std::string EscapedCharacter(char c) {
   return "\\x" + HexText({&c, 1});
 }
 
-bool NeedsEscape(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7F || c == '"' || c == '\\';
+// Whether the character is U+0080 to U+009F, or a byte of theirs that is no text: some terminals
+// obey either.
+bool IsLateControl(std::string_view c) {
+  const auto first = static_cast<unsigned char>(c[0]);
+  const bool may_be = c.size() == 1 ? first >= 0x80 && first < 0xA0 : first == 0xC2;
+  if (!may_be) return false;
+  const char16_t unit = WideOf(CString(c), _getmbcp())[0];
+  return unit == kUnreadable || (unit >= 0x80 && unit < 0xA0);
+}
+
+bool IsControl(std::string_view c) {
+  const auto first = static_cast<unsigned char>(c[0]);
+  return first < 0x20 || first == 0x7F || IsLateControl(c);
+}
+
+std::string Escaped(std::string_view text, std::string_view more_to_escape) {
+  std::string escaped;
+  while (!text.empty()) {
+    const char* const end = text.data() + text.size();
+    const std::string_view c =
+        text.substr(0, tesselkit::platform::CharacterLength(text.data(), end));
+    if (IsControl(c) || (c.size() == 1 && more_to_escape.find(c[0]) != std::string_view::npos)) {
+      for (const char byte : c) escaped += EscapedByte(byte);
+    } else {
+      escaped += c;
+    }
+    text.remove_prefix(c.size());
+  }
+  return escaped;
 }
 
 std::string HexOfTable(std::string_view data) {
@@ -198,16 +226,12 @@ std::string TableText(const Value& value) {
   return list;
 }
 
+std::string PrintableText(std::string_view text) {
+  return Escaped(text, "");
+}
+
 std::string QuotedText(std::string_view text) {
-  std::string quoted = "\"";
-  while (!text.empty()) {
-    const char* const end = text.data() + text.size();
-    const std::size_t length = tesselkit::platform::CharacterLength(text.data(), end);
-    const bool is_escaped = length == 1 && NeedsEscape(text[0]);
-    quoted += is_escaped ? EscapedCharacter(text[0]) : std::string(text.substr(0, length));
-    text.remove_prefix(length);
-  }
-  return quoted + '"';
+  return '"' + Escaped(text, "\"\\") + '"';
 }
 
 std::string DataOfWords(DWORD type, const std::vector<std::string>& words) {

@@ -57,7 +57,11 @@ std::string PlainText(const Value& value);
 // The same in one line for a table: quoted texts, control characters escaped.
 std::string TableText(const Value& value);
 
-// `text` with control characters and quotes escaped, in quotes.
+// `text` with control characters escaped, those of the code page and bytes that could be taken for
+// such; a terminal shows it and obeys nothing in it.
+std::string PrintableText(std::string_view text);
+
+// The same with quotes and backslashes escaped, in quotes.
 std::string QuotedText(std::string_view text);
 
 // The data of that type that the words stand for: one word for a text, a number or hex digits (none
