@@ -198,8 +198,7 @@ bool HasTaker() {
   return takers.translator.function != nullptr || takers.guard != nullptr;
 }
 
-void OnSignal(int signal, siginfo_t* info, void* context) {
-  AllowUnalignedReads();
+__attribute__((noinline)) void Answer(int signal, siginfo_t* info, void* context) {
   const int error = errno;
   if (IsAlternateStackFull(ReadRegisters(context).stack_pointer)) {
     // Faults within faults. The host has begun that stack anew, over the frames that led here.
@@ -208,6 +207,12 @@ void OnSignal(int signal, siginfo_t* info, void* context) {
     PassOn(signal, info, context);
   }
   errno = error;
+}
+
+// Has nothing on the stack: what sanitizers do there comes before the first statement.
+void OnSignal(int signal, siginfo_t* info, void* context) {
+  AllowUnalignedReads();
+  Answer(signal, info, context);
 }
 
 #if defined(__has_feature)
