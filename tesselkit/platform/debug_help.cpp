@@ -105,7 +105,9 @@ void TurnOffCache(void* library) {
   }
 }
 
-const UnwindEntries* LoadEntries(const char* file) {
+// Null with `is_missing` false: there is no memory just now.
+const UnwindEntries* LoadEntries(const char* file, bool& is_missing) {
+  is_missing = true;
   void* const library = dlopen(file, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) return nullptr;
   UnwindEntries found;
@@ -119,8 +121,14 @@ const UnwindEntries* LoadEntries(const char* file) {
     dlclose(library);
     return nullptr;
   }
+  is_missing = false;
+  const auto* const entries = new (std::nothrow) UnwindEntries(found);
+  if (entries == nullptr) {
+    dlclose(library);
+    return nullptr;
+  }
   TurnOffCache(library);
-  return new (std::nothrow) UnwindEntries(found);
+  return entries;
 }
 
 // A cursor of the library, which it lays out as it likes within this size.
@@ -244,8 +252,9 @@ bool LoadDebugHelp() noexcept {
     if (library.entries.load(std::memory_order_acquire) != nullptr) return true;
     // Looking again would take the loader's lock where a fault is being dealt with.
     if (library.is_missing.load()) return false;
-    const UnwindEntries* const found = LoadEntries(library.file.c_str());
-    library.is_missing.store(found == nullptr);
+    bool is_missing = false;
+    const UnwindEntries* const found = LoadEntries(library.file.c_str(), is_missing);
+    library.is_missing.store(is_missing);
     const UnwindEntries* other = nullptr;
     if (!library.entries.compare_exchange_strong(other, found, std::memory_order_acq_rel)) {
       delete found;  // another thread was faster

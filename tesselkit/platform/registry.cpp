@@ -7,7 +7,6 @@
 #include <cstring>
 #include <new>
 #include <utility>
-#include <vector>
 
 #include "tesselkit/platform/code_page.h"
 #include "tesselkit/platform/hive.h"
@@ -376,9 +375,7 @@ LONG RegSetValueA(HKEY key, LPCSTR sub_key, DWORD type, LPCSTR data, DWORD) {
     const bool is_missing = found != ERROR_SUCCESS;
     const Needs& needs = is_missing ? kMakeKey : path.Folded().empty() ? kMakeValue : kNothing;
     if (!needs.AreMetBy(open.access) || !hive.Store().IsWritable()) return ERROR_ACCESS_DENIED;
-    const std::vector<HiveName> rest = is_missing ? path.Names() : std::vector<HiveName>();
-    return hive.Store().WriteValue(is_missing ? open.id : id, rest, {}, type,
-                                   {data, std::strlen(data) + 1});
+    return hive.Store().WriteValue(open.id, path.Names(), {}, type, {data, std::strlen(data) + 1});
   });
 }
 

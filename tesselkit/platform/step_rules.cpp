@@ -120,6 +120,8 @@ void LearnRule(const Place& from, const FrameRegisters& next, ULONG_PTR saved_at
   const bool is_saved = saved_at >= at.stack_pointer && saved_at < end;
   if (!is_saved && next.frame_pointer != at.frame_pointer) return;
   const ULONG_PTR saved_below = is_saved ? (end - saved_at) / kWord : 0;
+  // A function that aligns its stack anew: how far away its end is differs from call to call.
+  if (is_saved && saved_at == at.frame_pointer && saved_below != 2) return;
   const std::intptr_t from_stack = WordsBetween(at.stack_pointer, end);
   std::intptr_t from_frame = WordsBetween(at.frame_pointer, end);
   if (from_stack > kMostWords || saved_below > kMostSaved) return;

@@ -290,8 +290,12 @@ TEST_F(Twreg, ReplacesAFileOnlyByAWholeOne) {
   EXPECT_GT(text.size(), 100000u);
   EXPECT_EQ(Answer({"export", "HKCU\\a", "/dev/stdout"}), text);
   test::WriteBytes(name, "old");
+  std::filesystem::permissions(name, std::filesystem::perms(0644));
   Do({"export", "HKCU\\a", name});
   EXPECT_EQ(test::ReadBytes(name), text);
+  EXPECT_EQ(Listed(directory.Path()), "a.reg public link public ");
+  std::filesystem::remove(name);
+  Do({"export", "HKCU\\a", name});
   EXPECT_EQ(Listed(directory.Path()), "a.reg private link public ");
 }
 

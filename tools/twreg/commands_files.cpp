@@ -46,10 +46,12 @@ std::string WholeOf(std::FILE* file, const std::string& name) {
   return text;
 }
 
+bool IsTaken(std::FILE* file, const std::string& text) {
+  return file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+}
+
 bool IsWritten(File file, const std::string& text) {
-  const bool is_taken =
-      file != nullptr && std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-  return is_taken && std::fclose(file.release()) == 0;
+  return IsTaken(file.get(), text) && std::fclose(file.release()) == 0;
 }
 
 // A file of that name, old or new; no link, device or pipe, to which text can only be written.
@@ -62,25 +64,38 @@ bool IsWriteProtected(const std::string& name) {
   return access(name.c_str(), W_OK) != 0 && errno != ENOENT;
 }
 
-// The file keeps what it holds until the new text is whole. mkstemp makes it its owner's alone.
+// A new file is its owner's alone, as mkstemp makes it; an old one keeps its mode.
+bool IsStored(int descriptor, const std::string& name, const std::string& text) {
+  struct stat old {};
+  if (stat(name.c_str(), &old) == 0) fchmod(descriptor, old.st_mode & 0777);
+  File file(fdopen(descriptor, "wb"), &std::fclose);
+  return IsTaken(file.get(), text) && std::fflush(file.get()) == 0 && fsync(descriptor) == 0 &&
+         std::fclose(file.release()) == 0;
+}
+
+// The file keeps what it holds until the new text is whole.
 bool IsReplaced(const std::string& name, const std::string& text) {
   if (IsWriteProtected(name)) return false;
   std::string temporary = name + ".XXXXXX";
   const int file = mkstemp(temporary.data());
   if (file < 0) return false;
-  if (IsWritten(File(fdopen(file, "wb"), &std::fclose), text) &&
-      std::rename(temporary.c_str(), name.c_str()) == 0) {
-    return true;
-  }
+  if (IsStored(file, name, text) && std::rename(temporary.c_str(), name.c_str()) == 0) return true;
   const int error = errno;
   unlink(temporary.c_str());
   errno = error;
   return false;
 }
 
+// Whether a file that is there can still be written to, though nothing beside it.
+bool IsWrittenInPlace(const std::string& name, const std::string& text) {
+  const bool may_be = errno == EACCES || errno == EPERM || errno == ENAMETOOLONG;
+  if (!may_be || access(name.c_str(), W_OK) != 0) return false;
+  return IsWritten(Opened(name, "wb"), text);
+}
+
 void WriteFile(const std::string& name, const std::string& text) {
-  const bool is_done =
-      IsReplaceable(name) ? IsReplaced(name, text) : IsWritten(Opened(name, "wb"), text);
+  const bool is_done = IsReplaceable(name) ? IsReplaced(name, text) || IsWrittenInPlace(name, text)
+                                           : IsWritten(Opened(name, "wb"), text);
   if (!is_done) ThrowFileFailure(name);
 }
 
