@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tesselkit/platform/descriptor.h"
 #include "tesselkit/platform/hive_schema.h"
 #include "tesselkit/platform/sqlite_session.h"
 #include "tesselkit/platform/status_codes.h"
@@ -28,20 +29,6 @@ using namespace std::string_literals;
 
 constexpr std::size_t kHeaderSize = 100;
 using Header = std::array<unsigned char, kHeaderSize>;
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : m_fd(fd) {}
-  ~Descriptor() {
-    if (m_fd >= 0) close(m_fd);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const { return m_fd; }
-
- private:
-  int m_fd;
-};
 
 std::string Setting(const char* name) {
   const char* value = std::getenv(name);

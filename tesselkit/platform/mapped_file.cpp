@@ -10,17 +10,14 @@
 #include <cstdint>
 #include <string_view>
 
+#include "tesselkit/platform/descriptor.h"
+
 namespace {
 
 // The lines of a file, one after the other.
 class LineReader {
  public:
-  explicit LineReader(const char* path) noexcept : m_descriptor(open(path, O_RDONLY | O_CLOEXEC)) {}
-  ~LineReader() {
-    if (m_descriptor >= 0) close(m_descriptor);
-  }
-  LineReader(const LineReader&) = delete;
-  LineReader& operator=(const LineReader&) = delete;
+  explicit LineReader(const char* path) noexcept : m_file(open(path, O_RDONLY | O_CLOEXEC)) {}
 
   // False at the file's end, and at a line that is too long.
   bool Next(std::string_view& line) noexcept {
@@ -40,13 +37,13 @@ class LineReader {
     std::copy(m_data + m_next, m_data + m_size, m_data);
     m_size -= m_next;
     m_next = 0;
-    const ssize_t count = read(m_descriptor, m_data + m_size, sizeof m_data - m_size);
+    const ssize_t count = read(m_file.Get(), m_data + m_size, sizeof m_data - m_size);
     if (count <= 0) return false;
     m_size += static_cast<std::size_t>(count);
     return true;
   }
 
-  int m_descriptor;
+  tesselkit::platform::Descriptor m_file;
   std::size_t m_next = 0;
   std::size_t m_size = 0;
   char m_data[PATH_MAX + 256];

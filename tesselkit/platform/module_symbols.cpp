@@ -15,6 +15,7 @@
 #include <new>
 #include <utility>
 
+#include "tesselkit/platform/descriptor.h"
 #include "tesselkit/platform/foreign_memory.h"
 #include "tesselkit/platform/mapped_file.h"
 
@@ -63,23 +64,18 @@ class Block {
 
 class File {
  public:
-  explicit File(const char* path) noexcept : m_descriptor(open(path, O_RDONLY | O_CLOEXEC)) {}
-  ~File() {
-    if (m_descriptor >= 0) close(m_descriptor);
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
+  explicit File(const char* path) noexcept : m_file(open(path, O_RDONLY | O_CLOEXEC)) {}
 
   std::size_t Size() const noexcept {
     struct stat status = {};
-    const bool is_file = fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    const bool is_file = fstat(m_file.Get(), &status) == 0 && S_ISREG(status.st_mode);
     return is_file ? static_cast<std::size_t>(status.st_size) : 0;
   }
 
   bool Read(std::size_t at, void* to, std::size_t size) const noexcept {
     auto* next = static_cast<char*>(to);
     while (size > 0) {
-      const ssize_t count = pread(m_descriptor, next, size, static_cast<off_t>(at));
+      const ssize_t count = pread(m_file.Get(), next, size, static_cast<off_t>(at));
       if (count <= 0) return false;
       next += count;
       at += static_cast<std::size_t>(count);
@@ -96,7 +92,7 @@ class File {
   }
 
  private:
-  int m_descriptor;
+  Descriptor m_file;
 };
 
 struct Symbol {

@@ -158,5 +158,6 @@ class TESSELKIT_API AdRegistry : public AdObject {
   void AppendToPath(const char* name);
   LONG OpenPath(REGSAM access, HKEY& key);
   void DeleteSubkeysSingly();
+  void CheckName(const char* lpszValueName) const;
   [[noreturn]] void ThrowFailure(const char* function, int line);
 };

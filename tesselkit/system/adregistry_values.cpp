@@ -139,10 +139,14 @@ int ReadAll(AdRegistry& registry, const char* name, DWORD longest, Array& values
 
 }  // namespace
 
-int AdRegistry::QueryValue(const char* lpszValueName, KeyValueTypes& type, unsigned char* data,
-                           unsigned long* size) {
+void AdRegistry::CheckName(const char* lpszValueName) const {
   AssertValid();
   AD_CHECK(lpszValueName != 0);
+}
+
+int AdRegistry::QueryValue(const char* lpszValueName, KeyValueTypes& type, unsigned char* data,
+                           unsigned long* size) {
+  CheckName(lpszValueName);
   DWORD stored_type = 0;
   DWORD data_size = size != nullptr ? DwordOf(*size) : 0;
   m_lLastError = RegQueryValueExA(m_hKey, lpszValueName, nullptr, &stored_type, data,
@@ -154,15 +158,13 @@ int AdRegistry::QueryValue(const char* lpszValueName, KeyValueTypes& type, unsig
 }
 
 int AdRegistry::ValueExists(const char* lpszValueName) {
-  AssertValid();
-  AD_CHECK(lpszValueName != 0);
+  CheckName(lpszValueName);
   return Read(*this, lpszValueName, ValueBuffer(std::size_t{m_dwMaxValueLen} + 1),
               [](const Value&) {});
 }
 
 int AdRegistry::GetValue(const char* lpszValueName, unsigned long& value) {
-  AssertValid();
-  AD_CHECK(lpszValueName != 0);
+  CheckName(lpszValueName);
   return Read(*this, lpszValueName, FixedBuffer(), [&](const Value& stored) {
     if (stored.type == kNumber) {
       value = stored.Word();
@@ -177,8 +179,7 @@ int AdRegistry::GetValue(const char* lpszValueName, unsigned long& value) {
 }
 
 int AdRegistry::GetValue(const char* lpszValueName, CString& value) {
-  AssertValid();
-  AD_CHECK(lpszValueName != 0);
+  CheckName(lpszValueName);
   return Read(*this, lpszValueName, FixedBuffer(), [&](const Value& stored) {
     if (stored.type != kText && stored.type != kNumber) AD_CHECK(0);
     value = stored.type == kText ? CString(stored.Text()) : TextOf(stored.Word());
@@ -186,20 +187,17 @@ int AdRegistry::GetValue(const char* lpszValueName, CString& value) {
 }
 
 int AdRegistry::GetValue(const char* lpszValueName, CStringArray& values) {
-  AssertValid();
-  AD_CHECK(lpszValueName != 0);
+  CheckName(lpszValueName);
   return ReadAll(*this, lpszValueName, m_dwMaxValueLen, values);
 }
 
 int AdRegistry::GetValue(const char* lpszValueName, CDWordArray& values) {
-  AssertValid();
-  AD_CHECK(lpszValueName != 0);
+  CheckName(lpszValueName);
   return ReadAll(*this, lpszValueName, m_dwMaxValueLen, values);
 }
 
 void AdRegistry::SetValue(const char* lpszValueName, unsigned long value, int bOverwrite) {
-  AssertValid();
-  AD_CHECK(lpszValueName != 0);
+  CheckName(lpszValueName);
   AD_CHECK(value <= std::numeric_limits<DWORD>::max());
   DWORD number = DwordOf(value);
   SetValue(lpszValueName, kNumber, reinterpret_cast<unsigned char*>(&number), sizeof number,
@@ -207,16 +205,14 @@ void AdRegistry::SetValue(const char* lpszValueName, unsigned long value, int bO
 }
 
 void AdRegistry::SetValue(const char* lpszValueName, const CString& value, int bOverwrite) {
-  AssertValid();
-  AD_CHECK(lpszValueName != 0);
+  CheckName(lpszValueName);
   const char* const text = value;
   SetValue(lpszValueName, kText, reinterpret_cast<unsigned char*>(const_cast<char*>(text)),
            value.View().size() + 1, bOverwrite);
 }
 
 void AdRegistry::SetValue(const char* lpszValueName, const CStringArray& values, int bOverwrite) {
-  AssertValid();
-  AD_CHECK(lpszValueName != 0);
+  CheckName(lpszValueName);
   std::size_t size = 1;
   for (int i = 0; i < values.GetSize(); ++i) size += values[i].View().size() + 1;
   const ValueBuffer buffer(size);
@@ -229,8 +225,7 @@ void AdRegistry::SetValue(const char* lpszValueName, const CStringArray& values,
 }
 
 void AdRegistry::SetValue(const char* lpszValueName, const CDWordArray& values, int bOverwrite) {
-  AssertValid();
-  AD_CHECK(lpszValueName != 0);
+  CheckName(lpszValueName);
   const auto count = static_cast<std::size_t>(values.GetSize());
   const std::unique_ptr<DWORD[]> pDWordArray(new (std::nothrow) DWORD[count]);
   AD_CHECK(pDWordArray != 0);

@@ -103,24 +103,19 @@ std::vector<Value> Key::Values() const {
   }
 }
 
-// The value may grow between the two calls.
-LONG Key::Query(const std::string& name, Value& value) const {
+// The value may grow between two calls.
+Value Key::ValueOf(const std::string& name) const {
+  Value value;
   value.name = name;
   DWORD size = 0;
-  LONG status = RegQueryValueExA(m_key, name.c_str(), nullptr, &value.type, nullptr, &size);
-  for (; status == ERROR_SUCCESS || status == ERROR_MORE_DATA;) {
+  LONG status = ERROR_MORE_DATA;
+  while (status == ERROR_MORE_DATA) {
     value.data.resize(size);
     status = RegQueryValueExA(m_key, name.c_str(), nullptr, &value.type,
                               reinterpret_cast<BYTE*>(value.data.data()), &size);
-    if (status != ERROR_MORE_DATA) break;
   }
+  Require(status, "RegQueryValueEx");
   value.data.resize(size);
-  return status;
-}
-
-Value Key::ValueOf(const std::string& name) const {
-  Value value;
-  Require(Query(name, value), "RegQueryValueEx");
   return value;
 }
 

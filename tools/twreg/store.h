@@ -48,7 +48,6 @@ class Key {
   explicit Key(const KeyPath& path);
   Key(KeyPath path, std::nullptr_t) : m_path(std::move(path)) {}  // not open yet
   void Require(LONG status, const char* function) const;
-  LONG Query(const std::string& name, Value& value) const;
 
   KeyPath m_path;
   tesselkit::util::OpenKey m_key;
