@@ -91,6 +91,7 @@ class SqliteHive final : public HiveStore {
                     const StoredValue& old);
   LONG AddValue(KeyId key, const HiveName& name, DWORD type, std::string_view data);
   LONG RemoveRow(KeyId key, const KeyRow& row);
+  LONG UpdateLongest(KeyId key, LengthKind kind);
   LONG CountLength(KeyId key, LengthKind kind, std::size_t length);
   LONG DiscountLength(KeyId key, LengthKind kind, std::size_t length);
   LONG CollectBelow(KeyId key);
@@ -293,6 +294,13 @@ LONG SqliteHive::ReadRow(KeyId key, KeyRow& row) {
   return ERROR_SUCCESS;
 }
 
+LONG SqliteHive::UpdateLongest(KeyId key, LengthKind kind) {
+  Run run(m_db.get(), m_longest, key, KeyId{kind});
+  const KeyId longest = run.Next() ? m_longest.Number(0) : 0;
+  const LONG status = Status(run.Code());
+  return status == ERROR_SUCCESS ? Execute(m_set_longest[kind], key, longest) : status;
+}
+
 LONG SqliteHive::CountLength(KeyId key, LengthKind kind, std::size_t length) {
   bool is_first = false;
   {
@@ -301,11 +309,7 @@ LONG SqliteHive::CountLength(KeyId key, LengthKind kind, std::size_t length) {
     run.Next();
     if (run.Code() != SQLITE_DONE) return Status(run.Code());
   }
-  if (!is_first) return ERROR_SUCCESS;
-  KeyId longest = 0;
-  Run run(m_db.get(), m_longest, key, KeyId{kind});
-  if (run.Next()) longest = m_longest.Number(0);
-  return Execute(m_set_longest[kind], key, longest);
+  return is_first ? UpdateLongest(key, kind) : ERROR_SUCCESS;
 }
 
 LONG SqliteHive::DiscountLength(KeyId key, LengthKind kind, std::size_t length) {
@@ -318,11 +322,7 @@ LONG SqliteHive::DiscountLength(KeyId key, LengthKind kind, std::size_t length) 
   }
   if (!is_last) return ERROR_SUCCESS;
   const LONG status = Execute(m_delete_length, key, KeyId{kind}, static_cast<KeyId>(length));
-  if (status != ERROR_SUCCESS) return status;
-  KeyId longest = 0;
-  Run run(m_db.get(), m_longest, key, KeyId{kind});
-  if (run.Next()) longest = m_longest.Number(0);
-  return Execute(m_set_longest[kind], key, longest);
+  return status == ERROR_SUCCESS ? UpdateLongest(key, kind) : status;
 }
 
 LONG SqliteHive::MakeChild(KeyId parent, int depth, const HiveName& name,
